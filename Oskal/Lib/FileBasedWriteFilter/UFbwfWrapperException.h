@@ -1,0 +1,23 @@
+#pragma once
+
+#include <Oskal/Lib/Export.h>
+#include <Oskal/Lib/UException.h>
+
+namespace Oskal { namespace Lib { namespace FileBasedWriteFilter {
+
+class OSKAL_LIB_API UFbwfWrapperException : public Exceptions::UException
+{
+public:
+    UFbwfWrapperException();
+    explicit UFbwfWrapperException(const wchar_t* pszMessage);
+    UFbwfWrapperException(const wchar_t* pszMessage, unsigned long ulCode);
+    UFbwfWrapperException(const UFbwfWrapperException& other);
+    ~UFbwfWrapperException() override;
+
+    unsigned long GetErrorCode() const;
+
+private:
+    unsigned long m_code;
+};
+
+}}} // namespace Oskal::Lib::FileBasedWriteFilter

@@ -1,0 +1,20 @@
+#include <Oskal/Lib/IO/UFileIoException.h>
+
+namespace Oskal { namespace Lib { namespace IO {
+
+UFileIoException::UFileIoException() : m_code(0) {}
+
+UFileIoException::UFileIoException(const wchar_t* pszMessage) : UIoException(pszMessage), m_code(0) {}
+
+UFileIoException::UFileIoException(const wchar_t*, long lCode) : UIoException(L""), m_code(lCode) {}
+
+UFileIoException::UFileIoException(const UFileIoException& other) : UIoException(other), m_code(other.m_code) {}
+
+UFileIoException::~UFileIoException() {}
+
+long UFileIoException::GetErrorCode() const
+{
+    return m_code;
+}
+
+}}} // namespace Oskal::Lib::IO

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <Oskal/Lib/Export.h>
+#include <Oskal/Lib/UArgumentException.h>
+
+namespace Oskal { namespace Lib { namespace Text {
+
+class OSKAL_LIB_API UDecoderFallbackException : public Exceptions::UArgumentException
+{
+public:
+    // The argument name stays empty; the text is the message.
+    explicit UDecoderFallbackException(const wchar_t* pszMessage);
+    UDecoderFallbackException(const UDecoderFallbackException& other);
+    ~UDecoderFallbackException() override;
+};
+
+}}} // namespace Oskal::Lib::Text

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <Oskal/Lib/Export.h>
+#include <Oskal/Lib/UException.h>
+
+namespace Oskal { namespace Lib { namespace Exceptions {
+
+// A bad argument: carries the parameter's name and a whole-sentence message.
+class OSKAL_LIB_API UArgumentException : public UException
+{
+public:
+    // Stores the text as the argument name; the message stays empty.
+    explicit UArgumentException(const wchar_t* pszName);
+    UArgumentException(const wchar_t* pszName, const wchar_t* pszMessage);
+    UArgumentException(const UArgumentException& other);
+    ~UArgumentException() override;
+
+    const wchar_t* GetName() const;
+
+private:
+    UString m_name;
+};
+
+}}} // namespace Oskal::Lib::Exceptions

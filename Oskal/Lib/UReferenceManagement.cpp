@@ -1,0 +1,46 @@
+#include <Oskal/Lib/UReferenceManagement.h>
+
+#include <windows.h>
+
+namespace Oskal { namespace Lib {
+
+UReferenceManagement::UReferenceManagement() : m_lRefCount(0)
+{
+    InterlockedExchange(&m_lRefCount, 1);
+}
+
+UReferenceManagement::UReferenceManagement(const UReferenceManagement&) : m_lRefCount(0)
+{
+    InterlockedExchange(&m_lRefCount, 1);
+}
+
+UReferenceManagement& UReferenceManagement::operator=(const UReferenceManagement&)
+{
+    return *this;
+}
+
+UReferenceManagement::~UReferenceManagement() {}
+
+unsigned long UReferenceManagement::AddRef()
+{
+    return static_cast<unsigned long>(InterlockedIncrement(&m_lRefCount));
+}
+
+unsigned long UReferenceManagement::Release()
+{
+    const long count = InterlockedDecrement(&m_lRefCount);
+    if (count == 0)
+    {
+        delete this;
+        return 0;
+    }
+    return static_cast<unsigned long>(count);
+}
+
+unsigned long UReferenceManagement::GetRefCount()
+{
+    // Compare-exchange of the value with itself: a read that is a full barrier.
+    return static_cast<unsigned long>(InterlockedCompareExchange(&m_lRefCount, 0, 0));
+}
+
+}} // namespace Oskal::Lib

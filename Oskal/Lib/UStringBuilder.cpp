@@ -1,0 +1,209 @@
+#include <Oskal/Lib/UStringBuilder.h>
+
+#include <Oskal/Lib/Memory.h>
+
+#include <cstring>
+#include <cwchar>
+#include <new>
+
+namespace Oskal { namespace Lib {
+
+namespace {
+
+const unsigned long DefaultGrowStep = 128;
+
+wchar_t* AllocUnits(unsigned long ulUnits)
+{
+    if (ulUnits > 0x7FFFFFFFUL)
+        throw std::bad_alloc();
+    return static_cast<wchar_t*>(Alloc(ulUnits * sizeof(wchar_t)));
+}
+
+unsigned long BoundedLength(const wchar_t* pText, unsigned long ulCount)
+{
+    unsigned long length = 0;
+    while (length < ulCount && pText[length] != 0)
+        ++length;
+    return length;
+}
+
+bool IsWhiteSpace(wchar_t wc)
+{
+    return wc == L' ' || wc == L'\t' || wc == L'\n' || wc == L'\r';
+}
+
+} // namespace
+
+UStringBuilder::UStringBuilder() : UString(), m_ulGrowStep(DefaultGrowStep)
+{
+    m_pszBuffer = AllocUnits(m_ulGrowStep);
+    m_pszBuffer[0] = 0;
+    m_ulCapacity = m_ulGrowStep;
+}
+
+UStringBuilder::UStringBuilder(const wchar_t* pszText) : UString(), m_ulGrowStep(DefaultGrowStep)
+{
+    AssignUnits(pszText, static_cast<unsigned long>(std::wcslen(pszText)));
+}
+
+UStringBuilder::UStringBuilder(const wchar_t* pszText, unsigned long ulCount) : UString(), m_ulGrowStep(DefaultGrowStep)
+{
+    AssignUnits(pszText, BoundedLength(pszText, ulCount));
+}
+
+UStringBuilder::UStringBuilder(const UStringBuilder& other) : UString(), m_ulGrowStep(other.m_ulGrowStep)
+{
+    wchar_t* buffer = AllocUnits(other.m_ulCapacity);
+    std::memcpy(buffer, other.m_pszBuffer, other.m_ulLength * sizeof(wchar_t));
+    buffer[other.m_ulLength] = 0;
+    m_pszBuffer = buffer;
+    m_ulCapacity = other.m_ulCapacity;
+    m_ulLength = other.m_ulLength;
+}
+
+void UStringBuilder::AppendUnits(const wchar_t* pUnits, unsigned long ulCount)
+{
+    const unsigned long needed = m_ulLength + ulCount;
+    if (needed >= m_ulCapacity)
+    {
+        const unsigned long capacity = (m_ulGrowStep + needed + 1) / m_ulGrowStep * m_ulGrowStep;
+        wchar_t* buffer = AllocUnits(capacity);
+        std::memcpy(buffer, m_pszBuffer, m_ulLength * sizeof(wchar_t));
+        // The old buffer stays alive until the copy: the units may come from it.
+        std::memcpy(buffer + m_ulLength, pUnits, ulCount * sizeof(wchar_t));
+        FreeBuffer();
+        m_pszBuffer = buffer;
+        m_ulCapacity = capacity;
+    }
+    else
+    {
+        std::memmove(m_pszBuffer + m_ulLength, pUnits, ulCount * sizeof(wchar_t));
+    }
+    m_ulLength = needed;
+    m_pszBuffer[m_ulLength] = 0;
+}
+
+void UStringBuilder::AssignUnits(const wchar_t* pUnits, unsigned long ulCount)
+{
+    const unsigned long wanted = m_ulGrowStep + ulCount + 1;
+    if (m_ulCapacity < wanted)
+    {
+        wchar_t* buffer = AllocUnits(wanted);
+        std::memcpy(buffer, pUnits, ulCount * sizeof(wchar_t));
+        FreeBuffer();
+        m_pszBuffer = buffer;
+        m_ulCapacity = wanted;
+    }
+    else
+    {
+        std::memmove(m_pszBuffer, pUnits, ulCount * sizeof(wchar_t));
+    }
+    m_ulLength = ulCount;
+    m_pszBuffer[m_ulLength] = 0;
+}
+
+UStringBuilder& UStringBuilder::operator=(const UStringBuilder& other)
+{
+    if (this != &other)
+        Assign(other.m_pszBuffer, other.m_ulLength);
+    return *this;
+}
+
+UStringBuilder& UStringBuilder::operator=(const UString& other)
+{
+    // No self-check: assigning the own text reuses or replaces the buffer safely.
+    Assign(other.GetBuffer(), other.GetLength());
+    return *this;
+}
+
+void UStringBuilder::Append(unsigned long ulCodePoint)
+{
+    if (ulCodePoint <= 0xFFFF)
+    {
+        const wchar_t unit = static_cast<wchar_t>(ulCodePoint);
+        AppendUnits(&unit, 1);
+        return;
+    }
+    const wchar_t units[2] = {static_cast<wchar_t>(0xD7C0 + (ulCodePoint >> 10)),
+                              static_cast<wchar_t>(0xDC00 + (ulCodePoint & 0x3FF))};
+    AppendUnits(units, 2);
+}
+
+void UStringBuilder::Append(wchar_t wc)
+{
+    AppendUnits(&wc, 1);
+}
+
+void UStringBuilder::Append(const wchar_t* pszText, unsigned long ulCount)
+{
+    AppendUnits(pszText, BoundedLength(pszText, ulCount));
+}
+
+void UStringBuilder::Append(const wchar_t* pszText)
+{
+    AppendUnits(pszText, static_cast<unsigned long>(std::wcslen(pszText)));
+}
+
+void UStringBuilder::Assign(const wchar_t* pszText, unsigned long ulCount)
+{
+    if (pszText == nullptr)
+        Clear(0);
+    else
+        AssignUnits(pszText, BoundedLength(pszText, ulCount));
+}
+
+void UStringBuilder::Assign(const wchar_t* pszText)
+{
+    if (pszText == nullptr)
+        Clear(0);
+    else
+        AssignUnits(pszText, static_cast<unsigned long>(std::wcslen(pszText)));
+}
+
+void UStringBuilder::Clear()
+{
+    Clear(1);
+}
+
+void UStringBuilder::Clear(int bShrink)
+{
+    if (bShrink != 0 && m_ulCapacity > m_ulGrowStep)
+    {
+        wchar_t* buffer = AllocUnits(m_ulGrowStep);
+        FreeBuffer();
+        m_pszBuffer = buffer;
+        m_ulCapacity = m_ulGrowStep;
+    }
+    m_ulLength = 0;
+    m_pszBuffer[0] = 0;
+}
+
+void UStringBuilder::Trim()
+{
+    if (m_ulLength == 0)
+        return;
+    unsigned long first = m_ulLength;
+    unsigned long last = 0;
+    for (unsigned long i = 0; i < m_ulLength; ++i)
+    {
+        if (IsWhiteSpace(m_pszBuffer[i]))
+            continue;
+        if (first == m_ulLength)
+            first = i;
+        last = i;
+    }
+    if (first == m_ulLength)
+    {
+        // Only white space: nothing is kept.
+        m_ulLength = 0;
+        m_pszBuffer[0] = 0;
+        return;
+    }
+    if (first == 0 && last == m_ulLength - 1)
+        return;
+    m_ulLength = last - first + 1;
+    std::memmove(m_pszBuffer, m_pszBuffer + first, m_ulLength * sizeof(wchar_t));
+    m_pszBuffer[m_ulLength] = 0;
+}
+
+}} // namespace Oskal::Lib

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <Oskal/Lib/Export.h>
+#include <Oskal/Lib/UException.h>
+
+namespace Oskal { namespace Lib { namespace Exceptions {
+
+class OSKAL_LIB_API UWin32Exception : public UException
+{
+public:
+    UWin32Exception();
+    UWin32Exception(const wchar_t* pszMessage, unsigned long ulCode);
+    UWin32Exception(const UWin32Exception& other);
+    ~UWin32Exception() override;
+
+    unsigned long GetErrorCode() const;
+
+private:
+    unsigned long m_code;
+};
+
+}}} // namespace Oskal::Lib::Exceptions

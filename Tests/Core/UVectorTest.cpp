@@ -1,0 +1,130 @@
+#include <Oskal/Lib/Collections/UVector.h>
+#include <Oskal/Lib/UString.h>
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+using Oskal::Lib::UString;
+using Oskal::Lib::Collections::UVector;
+
+namespace {
+
+UVector<int> Sequence(unsigned long n)
+{
+    UVector<int> v;
+    v.SetCapacity(n);
+    for (unsigned long i = 0; i < n; ++i)
+        v.Add(static_cast<int>(i));
+    return v;
+}
+
+std::vector<int> Items(const UVector<int>& v)
+{
+    return std::vector<int>(v.GetBuffer(), v.GetBuffer() + v.GetLength());
+}
+
+TEST(UVector, AddGrowsByTheGrowCount)
+{
+    EXPECT_EQ(3u, UVector<unsigned char>(3).GetLength());
+    UVector<int> v;
+    EXPECT_EQ(nullptr, v.GetBuffer());
+    for (int i = 0; i < 3; ++i)
+    {
+        EXPECT_EQ(static_cast<unsigned long>(i), v.Add(i));
+        EXPECT_EQ(static_cast<unsigned long>(i + 1), v.GetCapacity());
+    }
+    v.SetGrowCount(4);
+    v.Add(3);
+    v.Add(4);
+    EXPECT_EQ(7u, v.GetCapacity());
+
+    // An element of the vector itself survives the reallocation it causes.
+    UVector<UString> strings;
+    strings.Add(UString(L"first"));
+    strings.Add(strings[0]);
+    EXPECT_STREQ(L"first", strings[1].GetBuffer());
+}
+
+TEST(UVector, AddVectorGrowsByTheLargerOfOtherLengthAndGrowCount)
+{
+    UVector<int> full = Sequence(3);
+    EXPECT_EQ(3u, full.Add(Sequence(5)));
+    EXPECT_EQ(8u, full.GetCapacity());
+    EXPECT_EQ((std::vector<int>{0, 1, 2, 0, 1, 2, 3, 4}), Items(full));
+
+    UVector<int> stepped = Sequence(2);
+    stepped.SetGrowCount(10);
+    stepped.Add(Sequence(3));
+    EXPECT_EQ(12u, stepped.GetCapacity());
+
+    UVector<int> self = Sequence(3);
+    self.Add(self);
+    EXPECT_EQ((std::vector<int>{0, 1, 2, 0, 1, 2}), Items(self));
+}
+
+TEST(UVector, RemoveRangeMovesAtMostCountElements)
+{
+    // Only the first count elements behind the range move down; the rest keep their places.
+    UVector<int> v = Sequence(10);
+    EXPECT_EQ(0, v.RemoveRange(0, 2));
+    EXPECT_EQ((std::vector<int>{2, 3, 2, 3, 4, 5, 6, 7}), Items(v));
+
+    UVector<int> tail = Sequence(10);
+    tail.RemoveRange(6, 2);
+    EXPECT_EQ((std::vector<int>{0, 1, 2, 3, 4, 5, 8, 9}), Items(tail));
+}
+
+TEST(UVector, RemoveRangePastTheEndMovesNothing)
+{
+    UVector<int> v = Sequence(10);
+    EXPECT_EQ(0, v.RemoveRange(7, 100));
+    EXPECT_EQ((std::vector<int>{0, 1, 2, 3, 4, 5, 6}), Items(v));
+
+    EXPECT_EQ(0, v.RemoveRange(7, 1));
+    EXPECT_EQ(7u, v.GetLength());
+    EXPECT_EQ(0, v.Remove(42));
+    EXPECT_EQ(1, v.Remove(1));
+    EXPECT_EQ((std::vector<int>{0, 2, 3, 4, 5, 6}), Items(v));
+}
+
+TEST(UVector, SetCapacityAndResize)
+{
+    UVector<int> v = Sequence(5);
+    v.SetCapacity(3);
+    EXPECT_EQ((std::vector<int>{0, 1, 2}), Items(v));
+    v.SetCapacity(6);
+    EXPECT_EQ(3u, v.GetLength());
+    v.SetCapacity(0);
+    EXPECT_EQ(nullptr, v.GetBuffer());
+
+    UVector<int> r = Sequence(4);
+    r.Resize(6);
+    EXPECT_EQ(6u, r.GetLength());
+    EXPECT_EQ(3, r[3]);
+    // Resize to the current capacity does nothing, even when the length differs.
+    r.Clear();
+    r.Resize(6);
+    EXPECT_EQ(0u, r.GetLength());
+}
+
+TEST(UVector, AssignmentCopiesTheWholeCapacity)
+{
+    UVector<int> v = Sequence(5);
+    v.SetGrowCount(7);
+    v.RemoveRange(3, 2);
+    UVector<int> copy;
+    copy = v;
+    EXPECT_EQ(3u, copy.GetLength());
+    EXPECT_EQ(5u, copy.GetCapacity());
+    EXPECT_EQ(7u, copy.GetGrowCount());
+    EXPECT_NE(v.GetBuffer(), copy.GetBuffer());
+    EXPECT_EQ(4, copy.GetBuffer()[4]);
+
+    // Equality ignores capacity and grow count.
+    EXPECT_EQ(1, Sequence(3) == v);
+    copy[0] = 42;
+    EXPECT_EQ(1, copy != v);
+}
+
+} // namespace
