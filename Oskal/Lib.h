@@ -9,11 +9,9 @@
 #include <Oskal/Lib/FileBasedWriteFilter/UFbwfWrapperException.h>
 #include <Oskal/Lib/IO/UFileAccessMode.h>
 #include <Oskal/Lib/IO/UFileIoException.h>
-#include <Oskal/Lib/IO/UFileIoException.h>
 #include <Oskal/Lib/IO/UFileOpenMode.h>
 #include <Oskal/Lib/IO/UFileShareMode.h>
 #include <Oskal/Lib/IO/UFileStream.h>
-#include <Oskal/Lib/IO/UIoException.h>
 #include <Oskal/Lib/IO/UIoException.h>
 #include <Oskal/Lib/IO/UNullStream.h>
 #include <Oskal/Lib/IO/USeekOrigin.h>
