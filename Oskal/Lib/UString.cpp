@@ -14,27 +14,6 @@ namespace {
 
 wchar_t g_emptyBuffer[1] = {0};
 
-wchar_t* AllocUnits(unsigned long ulUnits)
-{
-    // The byte count must not wrap around in 32 bits.
-    if (ulUnits > 0x7FFFFFFFUL)
-        throw std::bad_alloc();
-    return static_cast<wchar_t*>(Alloc(ulUnits * sizeof(wchar_t)));
-}
-
-unsigned long BoundedLength(const wchar_t* pText, unsigned long ulCount)
-{
-    unsigned long length = 0;
-    while (length < ulCount && pText[length] != 0)
-        ++length;
-    return length;
-}
-
-bool IsWhiteSpace(wchar_t wc)
-{
-    return wc == L' ' || wc == L'\t' || wc == L'\n' || wc == L'\r';
-}
-
 // Finds the separator occurrences with a reset scan: a unit that breaks a partial match restarts
 // the match without being compared again. Tokenize counts and splits with this same scan so the
 // two passes agree. Calls onMatch(first unit of the separator, first unit after it).
@@ -325,21 +304,45 @@ int UString::EndsWith(const wchar_t* pszText)
     return std::memcmp(m_pszBuffer + m_ulLength - length, pszText, length * sizeof(wchar_t)) == 0 ? 1 : 0;
 }
 
+wchar_t* UString::AllocUnits(unsigned long ulUnits)
+{
+    // The byte count must not wrap around in 32 bits.
+    if (ulUnits > 0x7FFFFFFFUL)
+        throw std::bad_alloc();
+    return static_cast<wchar_t*>(Alloc(ulUnits * sizeof(wchar_t)));
+}
+
+unsigned long UString::BoundedLength(const wchar_t* pszText, unsigned long ulCount)
+{
+    unsigned long length = 0;
+    while (length < ulCount && pszText[length] != 0)
+        ++length;
+    return length;
+}
+
+bool UString::FindTrimmedRun(unsigned long& ulFirst, unsigned long& ulLast) const
+{
+    bool found = false;
+    for (unsigned long i = 0; i < m_ulLength; ++i)
+    {
+        const wchar_t wc = m_pszBuffer[i];
+        if (wc == L' ' || wc == L'\t' || wc == L'\n' || wc == L'\r')
+            continue;
+        if (!found)
+            ulFirst = i;
+        ulLast = i;
+        found = true;
+    }
+    return found;
+}
+
 void UString::Trim()
 {
     if (m_ulLength == 0)
         return;
-    unsigned long first = m_ulLength;
+    unsigned long first = 0;
     unsigned long last = 0;
-    for (unsigned long i = 0; i < m_ulLength; ++i)
-    {
-        if (IsWhiteSpace(m_pszBuffer[i]))
-            continue;
-        if (first == m_ulLength)
-            first = i;
-        last = i;
-    }
-    if (first == m_ulLength)
+    if (!FindTrimmedRun(first, last))
     {
         // Only white space: nothing is kept.
         SetEmpty();
@@ -352,10 +355,10 @@ void UString::Trim()
 
 namespace {
 
-// One buffer of exactly the summed length plus the terminator.
-wchar_t* JoinUnits(const wchar_t* pLeft, unsigned long ulLeft, const wchar_t* pRight, unsigned long ulRight)
+// Fills a buffer of exactly the summed length plus the terminator.
+wchar_t* JoinUnits(wchar_t* buffer, const wchar_t* pLeft, unsigned long ulLeft, const wchar_t* pRight,
+                   unsigned long ulRight)
 {
-    wchar_t* buffer = AllocUnits(ulLeft + ulRight + 1);
     std::memcpy(buffer, pLeft, ulLeft * sizeof(wchar_t));
     std::memcpy(buffer + ulLeft, pRight, ulRight * sizeof(wchar_t));
     buffer[ulLeft + ulRight] = 0;
@@ -371,7 +374,8 @@ UString operator+(const UString& left, const UString& right)
     const unsigned long length = leftLength + right.m_ulLength;
     if (length != 0)
     {
-        result.m_pszBuffer = JoinUnits(left.m_pszBuffer, leftLength, right.m_pszBuffer, right.m_ulLength);
+        result.m_pszBuffer = JoinUnits(UString::AllocUnits(length + 1), left.m_pszBuffer, leftLength,
+                                       right.m_pszBuffer, right.m_ulLength);
         result.m_ulCapacity = length + 1;
         result.m_ulLength = length;
     }
@@ -386,7 +390,8 @@ UString operator+(const UString& left, const wchar_t* pszRight)
     const unsigned long length = leftLength + rightLength;
     if (length != 0)
     {
-        result.m_pszBuffer = JoinUnits(left.m_pszBuffer, leftLength, pszRight, rightLength);
+        result.m_pszBuffer =
+            JoinUnits(UString::AllocUnits(length + 1), left.m_pszBuffer, leftLength, pszRight, rightLength);
         result.m_ulCapacity = length + 1;
         result.m_ulLength = length;
     }

@@ -59,6 +59,13 @@ protected:
     bool OwnsBuffer() const { return m_pszBuffer != SharedEmptyBuffer(); }
     // Releases an owned buffer; the fields are left for the caller to set.
     void FreeBuffer();
+    // A buffer of ulUnits code units; throws std::bad_alloc when the byte count would wrap.
+    static wchar_t* AllocUnits(unsigned long ulUnits);
+    // Code units before the first 0 among at most ulCount.
+    static unsigned long BoundedLength(const wchar_t* pszText, unsigned long ulCount);
+    // Finds the first and last code unit that is not space, tab, line feed or carriage return;
+    // returns false when there is none.
+    bool FindTrimmedRun(unsigned long& ulFirst, unsigned long& ulLast) const;
 
     wchar_t* m_pszBuffer;
     unsigned long m_ulCapacity;

@@ -12,26 +12,6 @@ namespace {
 
 const unsigned long DefaultGrowStep = 128;
 
-wchar_t* AllocUnits(unsigned long ulUnits)
-{
-    if (ulUnits > 0x7FFFFFFFUL)
-        throw std::bad_alloc();
-    return static_cast<wchar_t*>(Alloc(ulUnits * sizeof(wchar_t)));
-}
-
-unsigned long BoundedLength(const wchar_t* pText, unsigned long ulCount)
-{
-    unsigned long length = 0;
-    while (length < ulCount && pText[length] != 0)
-        ++length;
-    return length;
-}
-
-bool IsWhiteSpace(wchar_t wc)
-{
-    return wc == L' ' || wc == L'\t' || wc == L'\n' || wc == L'\r';
-}
-
 } // namespace
 
 UStringBuilder::UStringBuilder() : UString(), m_ulGrowStep(DefaultGrowStep)
@@ -182,17 +162,9 @@ void UStringBuilder::Trim()
 {
     if (m_ulLength == 0)
         return;
-    unsigned long first = m_ulLength;
+    unsigned long first = 0;
     unsigned long last = 0;
-    for (unsigned long i = 0; i < m_ulLength; ++i)
-    {
-        if (IsWhiteSpace(m_pszBuffer[i]))
-            continue;
-        if (first == m_ulLength)
-            first = i;
-        last = i;
-    }
-    if (first == m_ulLength)
+    if (!FindTrimmedRun(first, last))
     {
         // Only white space: nothing is kept.
         m_ulLength = 0;
