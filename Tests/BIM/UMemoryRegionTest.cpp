@@ -1,0 +1,188 @@
+#include "MemoryImageTestSupport.h"
+
+#include <Oskal/Lib/BIM/UMemoryRegion.h>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+using Oskal::Lib::BIM::UMemoryRegion;
+using OskalTests::ExpectArgumentError;
+using OskalTests::PastTheTop;
+
+namespace {
+
+const wchar_t* const NotAdjacent =
+    L"Specified region is neither adjacent to the current region nor intersects it the current region.";
+
+UMemoryRegion WithBytes(unsigned int uiAddress, unsigned int uiLength, unsigned char byValue)
+{
+    UMemoryRegion region(uiAddress, uiLength);
+    std::memset(region.GetData(), byValue, uiLength);
+    return region;
+}
+
+std::string Bytes(UMemoryRegion& region)
+{
+    return std::string(reinterpret_cast<const char*>(region.GetData()), region.GetLength());
+}
+
+TEST(UMemoryRegion, StartsLazyAndCopiesDeeply)
+{
+    UMemoryRegion empty;
+    EXPECT_EQ(0u, empty.GetAddress());
+    EXPECT_EQ(0u, empty.GetLength());
+    EXPECT_EQ(0xFF, empty.GetFillByte());
+
+    UMemoryRegion region(0x1000, 4);
+    EXPECT_FALSE(region.HasData());
+    region.SetLength(8);
+    EXPECT_FALSE(region.HasData()) << "growing a region without bytes allocates nothing";
+    EXPECT_EQ(std::string(8, '\xFF'), Bytes(region));
+
+    region.GetData()[0] = 'A';
+    UMemoryRegion copy(region);
+    UMemoryRegion assigned;
+    assigned = region;
+    region.GetData()[0] = 'B';
+    EXPECT_EQ('A', copy.GetData()[0]);
+    EXPECT_EQ('A', assigned.GetData()[0]);
+    EXPECT_EQ(0x1000u, assigned.GetAddress());
+
+    EXPECT_TRUE(UMemoryRegion(1, 100) < UMemoryRegion(2, 1));
+    EXPECT_FALSE(UMemoryRegion(2, 1) < UMemoryRegion(2, 100));
+}
+
+TEST(UMemoryRegion, SetLengthKeepsBytesAndFillsGrowth)
+{
+    UMemoryRegion region = WithBytes(0x10, 4, 'A');
+    region.SetFillByte(0x00);
+    region.SetLength(6);
+    EXPECT_EQ(std::string("AAAA\0\0", 6), Bytes(region));
+    region.SetLength(2);
+    EXPECT_EQ("AA", Bytes(region));
+    region.SetAddress(0x20);
+    EXPECT_EQ("AA", Bytes(region));
+}
+
+TEST(UMemoryRegion, RangeTests)
+{
+    const UMemoryRegion region(0x100, 0x10);
+    EXPECT_TRUE(region.Contains(0x100, 0x10));
+    EXPECT_TRUE(region.Contains(0x108, 8));
+    EXPECT_FALSE(region.Contains(0x108, 9));
+    EXPECT_FALSE(region.Contains(0xFF, 2));
+    EXPECT_TRUE(region.Precedes(0x110, 4));
+    EXPECT_FALSE(region.Precedes(0x10F, 4));
+    EXPECT_TRUE(region.Succeeds(0xF0, 0x10));
+    EXPECT_FALSE(region.Succeeds(0xF0, 0x11));
+    EXPECT_TRUE(region.Intersects(0xF0, 0x11));
+    EXPECT_FALSE(region.Intersects(0xF0, 0x10));
+    EXPECT_TRUE(region.Intersects(0x10F, 100));
+    EXPECT_FALSE(region.Intersects(0x110, 100));
+    EXPECT_TRUE(region.Intersects(UMemoryRegion(0x108, 0)));
+
+    // The top of memory is usable; nothing wraps round to address 0.
+    const UMemoryRegion top(0xFFFFFFF0, 0x10);
+    EXPECT_TRUE(top.Contains(0xFFFFFFF8, 8));
+    EXPECT_FALSE(top.Contains(0xFFFFFFF8, 9));
+    EXPECT_FALSE(top.Precedes(0, 4));
+    EXPECT_FALSE(top.Intersects(0, 0x20));
+    EXPECT_FALSE(UMemoryRegion(0, 4).Intersects(0xFFFFFFF0, 0x20));
+}
+
+TEST(UMemoryRegion, RefusesRangesPastTheTop)
+{
+    ExpectArgumentError([] { UMemoryRegion(0xFFFFFFF0, 0x11); }, L"uiLength", PastTheTop);
+    UMemoryRegion region(0xFFFFFFF0, 0x10);
+    ExpectArgumentError([&] { region.SetLength(0x11); }, L"uiLength", PastTheTop);
+    ExpectArgumentError([&] { region.SetAddress(0xFFFFFFF1); }, L"uiAddress", PastTheTop);
+    EXPECT_EQ(0x10u, region.GetLength());
+    EXPECT_EQ(0xFFFFFFF0u, region.GetAddress());
+}
+
+TEST(UMemoryRegion, MergeAdjacent)
+{
+    UMemoryRegion follows = WithBytes(0x100, 2, 'A');
+    follows.Merge(WithBytes(0x102, 2, 'B'));
+    EXPECT_EQ(0x100u, follows.GetAddress());
+    EXPECT_EQ("AABB", Bytes(follows));
+
+    UMemoryRegion precedes = WithBytes(0x100, 2, 'A');
+    precedes.Merge(WithBytes(0xFE, 2, 'B'));
+    EXPECT_EQ(0xFEu, precedes.GetAddress());
+    EXPECT_EQ("BBAA", Bytes(precedes));
+
+    // Without bytes on either side and with equal fill bytes, nothing is allocated.
+    UMemoryRegion lazy(0x100, 2);
+    lazy.Merge(UMemoryRegion(0x102, 2));
+    lazy.Merge(UMemoryRegion(0xFE, 2));
+    EXPECT_EQ(0xFEu, lazy.GetAddress());
+    EXPECT_EQ(6u, lazy.GetLength());
+    EXPECT_FALSE(lazy.HasData());
+
+    // A different fill byte has to be written down.
+    UMemoryRegion zeros(0x104, 2);
+    zeros.SetFillByte(0);
+    lazy.Merge(zeros);
+    EXPECT_EQ(std::string("\xFF\xFF\xFF\xFF\xFF\xFF\0\0", 8), Bytes(lazy));
+
+    // Onto existing bytes the other region's fill byte is written, not this one's.
+    UMemoryRegion filled = WithBytes(0x100, 2, 'A');
+    UMemoryRegion letters(0x102, 1);
+    letters.SetFillByte('Z');
+    filled.Merge(letters);
+    EXPECT_EQ("AAZ", Bytes(filled));
+
+    UMemoryRegion unchanged = WithBytes(0x100, 2, 'A');
+    unchanged.Merge(UMemoryRegion(0x500, 0));
+    unchanged.Merge(unchanged);
+    EXPECT_EQ("AA", Bytes(unchanged));
+}
+
+TEST(UMemoryRegion, MergeOverlappingLetsTheOtherWin)
+{
+    UMemoryRegion inside = WithBytes(0x100, 6, 'A');
+    inside.Merge(WithBytes(0x102, 2, 'B'));
+    EXPECT_EQ("AABBAA", Bytes(inside));
+
+    UMemoryRegion tail = WithBytes(0x100, 4, 'A');
+    tail.Merge(WithBytes(0x102, 4, 'B'));
+    EXPECT_EQ(0x100u, tail.GetAddress());
+    EXPECT_EQ("AABBBB", Bytes(tail));
+
+    UMemoryRegion below = WithBytes(0x100, 4, 'A');
+    below.Merge(WithBytes(0xFE, 4, 'B'));
+    EXPECT_EQ(0xFEu, below.GetAddress());
+    EXPECT_EQ("BBBBAA", Bytes(below));
+
+    UMemoryRegion covered = WithBytes(0x100, 2, 'A');
+    covered.Merge(WithBytes(0xFF, 4, 'B'));
+    EXPECT_EQ(0xFFu, covered.GetAddress());
+    EXPECT_EQ("BBBB", Bytes(covered));
+
+    // An overlapping region without bytes puts its fill byte over existing bytes.
+    UMemoryRegion reserved = WithBytes(0x100, 4, 'A');
+    reserved.Merge(UMemoryRegion(0xFF, 2));
+    EXPECT_EQ("\xFF\xFF\x41\x41\x41", Bytes(reserved));
+}
+
+TEST(UMemoryRegion, MergeFailures)
+{
+    UMemoryRegion region = WithBytes(0x100, 4, 'A');
+    ExpectArgumentError([&] { region.Merge(UMemoryRegion(0x105, 1)); }, L"region", NotAdjacent);
+    ExpectArgumentError([&] { region.Merge(UMemoryRegion(0xFE, 1)); }, L"region", NotAdjacent);
+    EXPECT_EQ("AAAA", Bytes(region));
+
+    // The whole address space is one byte more than a length can say.
+    UMemoryRegion low(0, 0x80000000);
+    ExpectArgumentError([&] { low.Merge(UMemoryRegion(0x80000000, 0x80000000)); }, L"region",
+                        L"The merged region would be longer than 0xFFFFFFFF bytes.");
+    EXPECT_EQ(0x80000000u, low.GetLength());
+    low.Merge(UMemoryRegion(0x80000000, 0x7FFFFFFF));
+    EXPECT_EQ(0xFFFFFFFFu, low.GetLength());
+    EXPECT_FALSE(low.HasData());
+}
+
+} // namespace
