@@ -1,0 +1,9 @@
+#include <Oskal/Lib/Cryptography/UEncryptionAlgorithm.h>
+
+namespace Oskal { namespace Lib { namespace Cryptography {
+
+UEncryptionAlgorithm::UEncryptionAlgorithm() {}
+
+UEncryptionAlgorithm::~UEncryptionAlgorithm() {}
+
+}}} // namespace Oskal::Lib::Cryptography

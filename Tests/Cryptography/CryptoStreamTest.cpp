@@ -1,0 +1,357 @@
+// The crypto stream: hashing and cipher round trips in random pieces, its buffering rules (held
+// back partial block, kept last block, buffer sizes) and its errors.
+#include <Oskal/Lib/Cryptography/UCryptoException.h>
+#include <Oskal/Lib/Cryptography/UCryptoStream.h>
+#include <Oskal/Lib/Cryptography/UIdentityTransform.h>
+#include <Oskal/Lib/Cryptography/URijndael.h>
+#include <Oskal/Lib/Cryptography/USHA1.h>
+#include <Oskal/Lib/UArgumentException.h>
+#include <Oskal/Lib/UNotSupportedException.h>
+
+#include "CryptoTestSupport.h"
+
+#include <memory>
+
+using namespace Oskal::Lib::Cryptography;
+using namespace CryptoTests;
+using Oskal::Lib::Collections::UVector;
+using Oskal::Lib::Exceptions::UArgumentException;
+using Oskal::Lib::Exceptions::UNotSupportedException;
+
+namespace
+{
+
+struct Releaser
+{
+    template <typename T> void operator()(T* p) const { p->Release(); }
+};
+typedef std::unique_ptr<URijndael, Releaser> RijndaelPtr;
+typedef std::unique_ptr<ICryptoTransform, Releaser> TransformPtr;
+
+const unsigned long kBufferSize = 251904;
+
+RijndaelPtr MakeAes(UPaddingMode ePadding)
+{
+    RijndaelPtr aes(URijndael::Create());
+    aes->SetPaddingMode(ePadding);
+    return aes;
+}
+
+std::string Sha1(const Bytes& data)
+{
+    USHA1 hash;
+    hash.HashCore(data.data(), static_cast<long>(data.size()));
+    hash.HashFinal();
+    return ToHex(hash.GetHash(), 20);
+}
+
+void WriteInPieces(UCryptoStream& stream, const Bytes& data, std::mt19937& rng, size_t maxPiece)
+{
+    size_t offset = 0;
+    while (offset < data.size())
+    {
+        size_t n = rng() % (maxPiece + 1);
+        if (n > data.size() - offset)
+            n = data.size() - offset;
+        stream.Write(data.data() + offset, static_cast<long>(n));
+        offset += n;
+    }
+}
+
+Bytes ReadInPieces(UCryptoStream& stream, std::mt19937& rng, size_t maxPiece)
+{
+    Bytes out;
+    Bytes buffer(maxPiece + 1);
+    for (;;)
+    {
+        const long want = static_cast<long>(1 + rng() % maxPiece);
+        const long n = stream.Read(buffer.data(), want);
+        if (n == 0)
+            break;
+        out.insert(out.end(), buffer.begin(), buffer.begin() + n);
+    }
+    return out;
+}
+
+// A cipher that says it can take only one block per call, to see the stream hand it single blocks.
+class SingleBlockCipher : public ICryptoTransform
+{
+public:
+    explicit SingleBlockCipher(ICryptoTransform* pInner) : m_pInner(pInner) {}
+    void Release() override { delete this; }
+    int CanReuseTransform() const override { return 1; }
+    int CanTransformMultipleBlocks() const override { return 0; }
+    unsigned long GetInputBlockSize() const override { return m_pInner->GetInputBlockSize(); }
+    unsigned long GetOutputBlockSize() const override { return m_pInner->GetOutputBlockSize(); }
+    unsigned long GetTransformedSize(unsigned long n) const override { return m_pInner->GetTransformedSize(n); }
+    unsigned long TransformBlock(const unsigned char* in, unsigned long n, unsigned char* out) override
+    {
+        calls.push_back(n);
+        return m_pInner->TransformBlock(in, n, out);
+    }
+    UVector<unsigned char> TransformFinalBlock(const unsigned char* in, unsigned long n) override
+    {
+        return m_pInner->TransformFinalBlock(in, n);
+    }
+    std::vector<unsigned long> calls;
+
+private:
+    TransformPtr m_pInner;
+};
+
+// Hashing in pieces of random sizes, writing and reading, gives the one-shot digest and passes
+// every byte through unchanged.
+TEST(CryptoStream, HashesInRandomPieces)
+{
+    std::mt19937 rng(5);
+    const Bytes data = RandomBytes(rng, 2 * kBufferSize + 12345);
+    {
+        USHA1 hash;
+        MemoryStream sink;
+        UCryptoStream stream(&sink, &hash, eCryptoStreamMode_Write);
+        WriteInPieces(stream, data, rng, 70000);
+        stream.FlushFinalBlock();
+        EXPECT_EQ(Sha1(data), ToHex(hash.GetHash(), 20));
+        EXPECT_TRUE(sink.m_data == data);
+    }
+    {
+        USHA1 hash;
+        MemoryStream source(data);
+        source.m_maxRead = 100000;
+        UCryptoStream stream(&source, &hash, eCryptoStreamMode_Read);
+        EXPECT_TRUE(ReadInPieces(stream, rng, 90000) == data);
+        EXPECT_EQ(Sha1(data), ToHex(hash.GetHash(), 20));
+        unsigned char byte = 0;
+        EXPECT_EQ(0, stream.Read(&byte, 1)) << "stays at the end";
+    }
+}
+
+// Enciphering through a write-mode stream and deciphering through a read-mode stream round-trips
+// data of every awkward length with every padding mode, and the cipher text equals a one-shot
+// transform's.
+TEST(CryptoStream, CipherRoundTripsWithEveryPaddingMode)
+{
+    std::mt19937 rng(9);
+    for (UPaddingMode ePadding :
+         {ePaddingMode_None, ePaddingMode_Zeros, ePaddingMode_ANSIX923, ePaddingMode_ISO10126, ePaddingMode_PKCS7})
+    {
+        RijndaelPtr aes = MakeAes(ePadding);
+        for (size_t length : {size_t(0), size_t(1), size_t(15), size_t(16), size_t(17), size_t(32), size_t(kBufferSize),
+                              size_t(kBufferSize + 16), size_t(300000 + rng() % 5000)})
+        {
+            SCOPED_TRACE(testing::Message() << "padding " << ePadding << " length " << length);
+            Bytes plain = RandomBytes(rng, length);
+            // Zero padding can't tell trailing zeros of the message from the filler.
+            if (!plain.empty())
+                plain.back() |= 1;
+            TransformPtr enc(aes->CreateEncryptor());
+            MemoryStream cipher;
+            UCryptoStream writer(&cipher, enc.get(), eCryptoStreamMode_Write);
+            WriteInPieces(writer, plain, rng, 40000);
+            writer.Close();
+            EXPECT_EQ(enc->GetTransformedSize(static_cast<unsigned long>(length)), cipher.m_data.size());
+            TransformPtr oneShot(aes->CreateEncryptor());
+            UVector<unsigned char> expected =
+                oneShot->TransformFinalBlock(plain.data(), static_cast<unsigned long>(plain.size()));
+            EXPECT_TRUE(Bytes(expected.GetBuffer(), expected.GetBuffer() + expected.GetLength()) == cipher.m_data);
+
+            TransformPtr dec(aes->CreateDecryptor());
+            MemoryStream source(cipher.m_data);
+            source.m_maxRead = 1 + rng() % 200000;
+            UCryptoStream reader(&source, dec.get(), eCryptoStreamMode_Read);
+            Bytes back = ReadInPieces(reader, rng, 50000);
+            if (ePadding == ePaddingMode_None)
+                plain.resize(cipher.m_data.size());
+            EXPECT_TRUE(back == plain);
+        }
+    }
+}
+
+TEST(CryptoStream, PartialBlockIsHeldBackUntilTheFinalBlock)
+{
+    RijndaelPtr aes = MakeAes(ePaddingMode_PKCS7);
+    TransformPtr enc(aes->CreateEncryptor());
+    MemoryStream sink;
+    UCryptoStream stream(&sink, enc.get(), eCryptoStreamMode_Write);
+    stream.Write(nullptr, 0);
+    stream.Write("12345", 5);
+    EXPECT_TRUE(sink.m_data.empty());
+    stream.Write("67890123456", 11);
+    EXPECT_EQ(16u, sink.m_data.size()) << "a completed block goes out";
+    stream.Write("x", 1);
+    EXPECT_EQ(16u, sink.m_data.size());
+    stream.FlushFinalBlock();
+    EXPECT_EQ(32u, sink.m_data.size());
+    EXPECT_EQ(1, sink.m_flushes);
+
+    try
+    {
+        stream.Close();
+        FAIL();
+    }
+    catch (const UCryptoException& e)
+    {
+        EXPECT_EQ(L"The final block has already been transformed.", Message(e));
+    }
+    EXPECT_THROW(stream.Write("x", 1), UCryptoException);
+    EXPECT_THROW(stream.FlushFinalBlock(), UCryptoException);
+}
+
+// A whole last block stays back for the final transform, so its padding is removed.
+TEST(CryptoStream, ReadingKeepsTheLastWholeBlockForTheFinalTransform)
+{
+    RijndaelPtr aes = MakeAes(ePaddingMode_PKCS7);
+    TransformPtr enc(aes->CreateEncryptor());
+    const Bytes plain(16, 0x61);
+    UVector<unsigned char> cipher = enc->TransformFinalBlock(plain.data(), 16);
+    ASSERT_EQ(32u, cipher.GetLength());
+    TransformPtr dec(aes->CreateDecryptor());
+    MemoryStream source(Bytes(cipher.GetBuffer(), cipher.GetBuffer() + 32));
+    UCryptoStream stream(&source, dec.get(), eCryptoStreamMode_Read);
+    Bytes out(64);
+    EXPECT_EQ(16, stream.Read(out.data(), 64));
+    out.resize(16);
+    EXPECT_EQ(plain, out);
+    EXPECT_EQ(0, stream.Read(out.data(), 16));
+}
+
+TEST(CryptoStream, HashingAnEmptyStreamEndsAtOnce)
+{
+    USHA1 hash;
+    MemoryStream source;
+    UCryptoStream stream(&source, &hash, eCryptoStreamMode_Read);
+    unsigned char byte;
+    EXPECT_EQ(0, stream.Read(&byte, 1));
+    EXPECT_EQ(-1, stream.ReadByte());
+    EXPECT_EQ("da39a3ee5e6b4b0d3255bfef95601890afd80709", ToHex(hash.GetHash(), 20));
+}
+
+// Work goes in pieces of the 251,904-byte buffer: writes leave in whole runs of that size, and
+// reads ask the underlying stream for that much.
+TEST(CryptoStream, WorksInBufferSizedPieces)
+{
+    TransformPtr identity(UIdentityTransform::Create());
+    MemoryStream sink;
+    UCryptoStream writer(&sink, identity.get(), eCryptoStreamMode_Write);
+    const Bytes data(600000, 0x33);
+    writer.Write(data.data(), static_cast<long>(data.size()));
+    writer.WriteByte(0x44);
+    writer.Close();
+    EXPECT_EQ((std::vector<long>{251904, 251904, 96192, 1}), sink.m_writes);
+
+    MemoryStream source(data);
+    UCryptoStream reader(&source, identity.get(), eCryptoStreamMode_Read);
+    Bytes out(10);
+    EXPECT_EQ(10, reader.Read(out.data(), 10));
+    ASSERT_FALSE(source.m_readRequests.empty());
+    EXPECT_EQ(251904, source.m_readRequests[0]);
+    EXPECT_EQ(0x33, reader.ReadByte());
+}
+
+TEST(CryptoStream, TransformsThatTakeOneBlockGetOneBlockPerCall)
+{
+    RijndaelPtr aes = MakeAes(ePaddingMode_PKCS7);
+    SingleBlockCipher* enc = new SingleBlockCipher(aes->CreateEncryptor());
+    TransformPtr owner(enc);
+    MemoryStream sink;
+    UCryptoStream writer(&sink, enc, eCryptoStreamMode_Write);
+    const Bytes plain(100, 0x7E);
+    writer.Write(plain.data(), 100);
+    writer.Close();
+    EXPECT_EQ(std::vector<unsigned long>(6, 16), enc->calls);
+    EXPECT_EQ(std::vector<long>(7, 16), sink.m_writes);
+
+    SingleBlockCipher* dec = new SingleBlockCipher(aes->CreateDecryptor());
+    TransformPtr decOwner(dec);
+    MemoryStream source(sink.m_data);
+    UCryptoStream reader(&source, dec, eCryptoStreamMode_Read);
+    Bytes out(200);
+    EXPECT_EQ(100, reader.Read(out.data(), 200));
+    out.resize(100);
+    EXPECT_EQ(plain, out);
+    EXPECT_EQ(std::vector<unsigned long>(6, 16), dec->calls);
+}
+
+TEST(CryptoStream, Errors)
+{
+    TransformPtr identity(UIdentityTransform::Create());
+    MemoryStream under;
+    UCryptoStream reader(&under, identity.get(), eCryptoStreamMode_Read);
+    UCryptoStream writer(&under, identity.get(), eCryptoStreamMode_Write);
+    char buffer[4];
+
+    try
+    {
+        reader.Read(nullptr, 1);
+        FAIL();
+    }
+    catch (const UArgumentException& e)
+    {
+        EXPECT_EQ(std::wstring(L"pvBuffer"), e.GetName());
+        EXPECT_EQ(L"Argument 'pvBuffer' must not be NULL.", Message(e));
+    }
+    try
+    {
+        writer.Write(nullptr, 1);
+        FAIL();
+    }
+    catch (const UArgumentException& e)
+    {
+        EXPECT_EQ(std::wstring(L"pvBuffer"), e.GetName());
+        EXPECT_EQ(L"Argument 'pvBuffer' must not be NULL when lCount is greater than 0.", Message(e));
+    }
+    try
+    {
+        writer.Read(buffer, 1);
+        FAIL();
+    }
+    catch (const UNotSupportedException& e)
+    {
+        EXPECT_EQ(L"Stream is not readable.", Message(e));
+    }
+    for (int i = 0; i < 2; ++i)
+    {
+        try
+        {
+            if (i == 0)
+                reader.Write(buffer, 1);
+            else
+                reader.FlushFinalBlock();
+            FAIL();
+        }
+        catch (const UNotSupportedException& e)
+        {
+            EXPECT_EQ(L"Stream is not writeable.", Message(e));
+        }
+    }
+    EXPECT_TRUE(reader.CanRead());
+    EXPECT_FALSE(reader.CanWrite());
+    EXPECT_TRUE(writer.CanWrite());
+    EXPECT_FALSE(writer.CanRead());
+    EXPECT_FALSE(writer.CanSeek());
+    reader.Close();
+
+    // An unknown mode makes a stream that can do neither.
+    UCryptoStream neither(&under, identity.get(), static_cast<UCryptoStreamMode>(3));
+    EXPECT_FALSE(neither.CanRead());
+    EXPECT_FALSE(neither.CanWrite());
+    EXPECT_THROW(neither.Write(buffer, 1), UNotSupportedException);
+}
+
+// Length, position, seeking and views are not supported.
+TEST(CryptoStream, HasNoPositionLengthOrViews)
+{
+    TransformPtr identity(UIdentityTransform::Create());
+    MemoryStream under(Bytes(10));
+    UCryptoStream stream(&under, identity.get(), eCryptoStreamMode_Read);
+    EXPECT_THROW(stream.GetLength(), UNotSupportedException);
+    EXPECT_THROW(stream.GetPosition(), UNotSupportedException);
+    EXPECT_THROW(stream.Seek(0, Oskal::Lib::IO::eSeekOrigin_Begin), UNotSupportedException);
+    EXPECT_THROW(stream.SetLength(1), UNotSupportedException);
+    EXPECT_THROW(stream.SetPosition(1), UNotSupportedException);
+    EXPECT_THROW(stream.SetView(0, 1), UNotSupportedException);
+    EXPECT_THROW(stream.ResetView(), UNotSupportedException);
+    EXPECT_TRUE(stream.IsDataAvailable());
+}
+
+} // namespace
