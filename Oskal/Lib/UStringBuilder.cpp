@@ -2,7 +2,9 @@
 
 #include <Oskal/Lib/Memory.h>
 
+#include <cstdlib>
 #include <cstring>
+#include <malloc.h>
 #include <cwchar>
 #include <new>
 
@@ -11,6 +13,8 @@ namespace Oskal { namespace Lib {
 namespace {
 
 const unsigned long DefaultGrowStep = 128;
+// Texts from this many code units on get a heap reserve behind their capacity.
+const unsigned long LargeText = 32768;
 
 } // namespace
 
@@ -41,18 +45,38 @@ UStringBuilder::UStringBuilder(const UStringBuilder& other) : UString(), m_ulGro
     m_ulLength = other.m_ulLength;
 }
 
+void UStringBuilder::GrowTo(unsigned long ulCapacity, const wchar_t*& pUnits)
+{
+    // The capacity follows the grow-step rule exactly. Behind a large text the heap block keeps a
+    // reserve of half its size, so that growing a long text by one step does not copy it every
+    // time: appends stay amortised linear while short texts keep exact-size blocks.
+    const size_t block = _msize(m_pszBuffer) / sizeof(wchar_t);
+    if (ulCapacity <= block)
+        return;
+    size_t reserve = ulCapacity;
+    if (ulCapacity >= LargeText && block + block / 2 > reserve)
+        reserve = block + block / 2 < 0x7FFFFFFFUL ? block + block / 2 : 0x7FFFFFFFUL;
+    // The units may come from the buffer itself; keep their offset across the move.
+    const bool inside = pUnits >= m_pszBuffer && pUnits < m_pszBuffer + m_ulCapacity;
+    const size_t offset = inside ? static_cast<size_t>(pUnits - m_pszBuffer) : 0;
+    void* grown = std::realloc(m_pszBuffer, reserve * sizeof(wchar_t));
+    if (grown == nullptr)
+        throw std::bad_alloc();
+    m_pszBuffer = static_cast<wchar_t*>(grown);
+    if (inside)
+        pUnits = m_pszBuffer + offset;
+}
+
 void UStringBuilder::AppendUnits(const wchar_t* pUnits, unsigned long ulCount)
 {
     const unsigned long needed = m_ulLength + ulCount;
     if (needed >= m_ulCapacity)
     {
         const unsigned long capacity = (m_ulGrowStep + needed + 1) / m_ulGrowStep * m_ulGrowStep;
-        wchar_t* buffer = AllocUnits(capacity);
-        std::memcpy(buffer, m_pszBuffer, m_ulLength * sizeof(wchar_t));
-        // The old buffer stays alive until the copy: the units may come from it.
-        std::memcpy(buffer + m_ulLength, pUnits, ulCount * sizeof(wchar_t));
-        FreeBuffer();
-        m_pszBuffer = buffer;
+        if (capacity > 0x7FFFFFFFUL)
+            throw std::bad_alloc();
+        GrowTo(capacity, pUnits);
+        std::memmove(m_pszBuffer + m_ulLength, pUnits, ulCount * sizeof(wchar_t));
         m_ulCapacity = capacity;
     }
     else

@@ -33,6 +33,8 @@ public:
     virtual void Clear(int bShrink);
 
 private:
+    // Makes the buffer hold at least ulCapacity units; pUnits follows the text if it points into it.
+    void GrowTo(unsigned long ulCapacity, const wchar_t*& pUnits);
     void AppendUnits(const wchar_t* pUnits, unsigned long ulCount);
     void AssignUnits(const wchar_t* pUnits, unsigned long ulCount);
 

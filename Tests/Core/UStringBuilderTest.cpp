@@ -149,4 +149,29 @@ TEST(UStringBuilder, TrimWorksInPlace)
     EXPECT_EQ(128u + 3 + 1, blank.GetCapacity());
 }
 
+TEST(UStringBuilder, LongTextsKeepTheGrowStepCapacityAndTheirText)
+{
+    // Past the size where the heap keeps a reserve behind the text, the reported capacity still
+    // follows the grow-step rule, and appending the builder's own text while it grows is safe.
+    UStringBuilder b;
+    std::wstring expected;
+    unsigned long capacity = 128;
+    for (int i = 0; i < 20000; ++i)
+    {
+        const wchar_t piece[] = {static_cast<wchar_t>(L'a' + i % 26), static_cast<wchar_t>(L'0' + i % 10), 0};
+        b.Append(piece);
+        expected += piece;
+        if (expected.size() >= capacity)
+            capacity = (128 + static_cast<unsigned long>(expected.size()) + 1) / 128 * 128;
+        ASSERT_EQ(capacity, b.GetCapacity());
+    }
+    const std::wstring before = expected;
+    b.Append(b.GetBuffer(), 1000);
+    expected += before.substr(0, 1000);
+    b.Append(b.GetBuffer());
+    expected += expected;
+    EXPECT_EQ(expected.size(), b.GetLength());
+    EXPECT_EQ(expected, Text(b));
+}
+
 } // namespace

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <Oskal/Lib/Export.h>
+#include <Oskal/Lib/Text/UDecoder.h>
+
+namespace Oskal
+{
+namespace Lib
+{
+namespace Text
+{
+
+class UASCIIEncoding;
+
+class OSKAL_LIB_API UASCIIDecoder : public UDecoder
+{
+public:
+    // Takes the encoding's fallback and throw-on-invalid flag; reference count 1.
+    static UASCIIDecoder* Create(UASCIIEncoding* pEncoding);
+
+protected:
+    explicit UASCIIDecoder(UASCIIEncoding* pEncoding);
+    ~UASCIIDecoder() override;
+
+    long DecodeCodePoint(const unsigned char* pbyInput, unsigned long ulCount, unsigned long* pulCodePoint) override;
+    unsigned long DecodeRun(const unsigned char* pbyInput, unsigned long ulInputCount, wchar_t* pwcOutput,
+                            unsigned long ulOutputSize, unsigned long* pulBytesUsed) override;
+};
+
+} // namespace Text
+} // namespace Lib
+} // namespace Oskal
