@@ -1,0 +1,328 @@
+#include <Oskal/Lib/BIM/UBimHeader.h>
+
+#include <Oskal/Lib/BIM/UBimException.h>
+#include <Oskal/Lib/BIM/UBimHeaderParameterDateOfCreation.h>
+#include <Oskal/Lib/BIM/UBimHeaderParameterLastParameter.h>
+#include <Oskal/Lib/BIM/UBimHeaderParameterLongDescription.h>
+#include <Oskal/Lib/BIM/UBimHeaderParameterPayloadLength.h>
+#include <Oskal/Lib/BIM/UBimHeaderParameterShortDescription.h>
+#include <Oskal/Lib/BIM/UBimHeaderParameterTargetSystem.h>
+#include <Oskal/Lib/BIM/UBimHeaderParameterUnknown.h>
+
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+namespace Oskal { namespace Lib { namespace BIM {
+
+namespace {
+
+// Reads until lCount bytes have arrived or the stream ends; returns the count read.
+long ReadFully(IO::UStream& stream, void* pvBuffer, long lCount)
+{
+    unsigned char* buffer = static_cast<unsigned char*>(pvBuffer);
+    long total = 0;
+    while (total < lCount)
+    {
+        const long n = stream.Read(buffer + total, lCount - total);
+        if (n <= 0)
+            break;
+        total += n;
+    }
+    return total;
+}
+
+const wchar_t g_szEndOfFile[] = L"Unexpected end of file.";
+
+} // namespace
+
+UBimHeader::UBimHeader() : m_uiPayloadLength(0)
+{
+    m_parameters.SetGrowCount(16);
+}
+
+UBimHeader::UBimHeader(const UBimHeader& other) : m_uiPayloadLength(0)
+{
+    m_parameters.SetGrowCount(16);
+    *this = other;
+}
+
+UBimHeader::~UBimHeader()
+{
+    Clear();
+}
+
+UBimHeader& UBimHeader::operator=(const UBimHeader& other)
+{
+    if (this == &other)
+        return *this;
+    // The copies are made first, so a failure leaves this header as it was.
+    Collections::UVector<UBimHeaderParameterBase*> copies;
+    copies.SetGrowCount(16);
+    try
+    {
+        for (unsigned long i = 0; i < other.m_parameters.GetLength(); ++i)
+        {
+            UBimHeaderParameterBase* copy = other.m_parameters[i]->Dupe();
+            try
+            {
+                copies.Add(copy);
+            }
+            catch (...)
+            {
+                copy->Release();
+                throw;
+            }
+        }
+    }
+    catch (...)
+    {
+        for (unsigned long i = 0; i < copies.GetLength(); ++i)
+            copies[i]->Release();
+        throw;
+    }
+    Clear();
+    m_parameters = copies;
+    m_parameters.SetGrowCount(16);
+    m_uiPayloadLength = other.m_uiPayloadLength;
+    return *this;
+}
+
+UBimHeaderParameterBase* UBimHeader::GetParameter(long lIndex)
+{
+    if (lIndex < 0 || static_cast<unsigned long>(lIndex) >= m_parameters.GetLength())
+        return nullptr;
+    return m_parameters[static_cast<unsigned long>(lIndex)];
+}
+
+const UBimHeaderParameterBase* UBimHeader::GetParameter(long lIndex) const
+{
+    return const_cast<UBimHeader*>(this)->GetParameter(lIndex);
+}
+
+UBimHeaderParameterBase* UBimHeader::GetParameter(UBimHeaderParameterTag eTag, long lIndex)
+{
+    if (lIndex < 0)
+        return nullptr;
+    long seen = 0;
+    for (unsigned long i = 0; i < m_parameters.GetLength(); ++i)
+    {
+        if (m_parameters[i]->GetTag() != eTag)
+            continue;
+        if (seen == lIndex)
+            return m_parameters[i];
+        ++seen;
+    }
+    return nullptr;
+}
+
+const UBimHeaderParameterBase* UBimHeader::GetParameter(UBimHeaderParameterTag eTag, long lIndex) const
+{
+    return const_cast<UBimHeader*>(this)->GetParameter(eTag, lIndex);
+}
+
+long UBimHeader::GetParameterCount() const
+{
+    return static_cast<long>(m_parameters.GetLength());
+}
+
+void UBimHeader::AddParameter(UBimHeaderParameterTag eTag, UBimHeaderParameterBase** ppParameter)
+{
+    UBimHeaderParameterBase* parameter = CreateParameter(eTag);
+    Append(parameter);
+    if (ppParameter != nullptr)
+        *ppParameter = parameter;
+}
+
+int UBimHeader::RemoveParameter(UBimHeaderParameterTag eTag, long lIndex)
+{
+    int removed = 0;
+    long seen = 0;
+    unsigned long kept = 0;
+    for (unsigned long i = 0; i < m_parameters.GetLength(); ++i)
+    {
+        UBimHeaderParameterBase* parameter = m_parameters[i];
+        if (parameter->GetTag() == eTag && (lIndex < 0 || seen++ == lIndex))
+        {
+            parameter->Release();
+            removed = 1;
+            continue;
+        }
+        m_parameters[kept++] = parameter;
+    }
+    // Shrinking never reallocates.
+    while (m_parameters.GetLength() > kept)
+        m_parameters.RemoveRange(m_parameters.GetLength() - 1, 1);
+    return removed;
+}
+
+void UBimHeader::Clear()
+{
+    for (unsigned long i = 0; i < m_parameters.GetLength(); ++i)
+        m_parameters[i]->Release();
+    m_parameters.Clear();
+}
+
+unsigned int UBimHeader::GetPayloadLength() const
+{
+    return m_uiPayloadLength;
+}
+
+void UBimHeader::SetPayloadLength(unsigned int uiPayloadLength)
+{
+    m_uiPayloadLength = uiPayloadLength;
+}
+
+void UBimHeader::Append(UBimHeaderParameterBase* pParameter)
+{
+    try
+    {
+        m_parameters.Add(pParameter);
+    }
+    catch (...)
+    {
+        pParameter->Release();
+        throw;
+    }
+}
+
+void UBimHeader::Read(IO::UStream& stream)
+{
+    ReadBIMF(stream);
+    Clear();
+    // The record is 64 KiB: kept off the stack.
+    std::unique_ptr<BIM_HEADER_TLV> tlv(new BIM_HEADER_TLV());
+    ReadTLV(stream, *tlv);
+    while (tlv->wTag != eBimHeaderParameterTag_LastParameter)
+    {
+        ProcessTLV(*tlv);
+        ReadTLV(stream, *tlv);
+    }
+}
+
+void UBimHeader::ReadBIMF(IO::UStream& stream)
+{
+    unsigned char marker[4];
+    if (ReadFully(stream, marker, 4) < 4)
+        throw UBimException(L"Unexpected end of stream.");
+    if (std::memcmp(marker, "BIMF", 4) != 0)
+        throw UBimException(L"BIM file marker (BIMF) not found.");
+}
+
+void UBimHeader::ReadTLV(IO::UStream& stream, BIM_HEADER_TLV& tlv)
+{
+    unsigned char head[4];
+    if (ReadFully(stream, head, 4) < 4)
+        throw UBimException(g_szEndOfFile);
+    tlv.wTag = static_cast<unsigned short>(head[0] | head[1] << 8);
+    tlv.wLength = static_cast<unsigned short>(head[2] | head[3] << 8);
+    if (tlv.wLength == 0)
+        return;
+    // At most 65536 bytes: the value area holds the longest padded value.
+    const long padded = (static_cast<long>(tlv.wLength) + 3) & ~3L;
+    if (ReadFully(stream, tlv.abyValue, padded) < padded)
+        throw UBimException(g_szEndOfFile);
+}
+
+void UBimHeader::ProcessTLV(const BIM_HEADER_TLV& tlv)
+{
+    if (tlv.wTag == eBimHeaderParameterTag_PayloadLength)
+    {
+        if (tlv.wLength != 4)
+            throw UBimException(L"Invalid parameter length.");
+        const unsigned char* value = tlv.abyValue;
+        m_uiPayloadLength = static_cast<unsigned int>(value[0]) | static_cast<unsigned int>(value[1]) << 8 |
+                            static_cast<unsigned int>(value[2]) << 16 | static_cast<unsigned int>(value[3]) << 24;
+        return;
+    }
+    Append(CreateParameter(tlv));
+}
+
+UBimHeaderParameterBase* UBimHeader::CreateParameter(UBimHeaderParameterTag eTag)
+{
+    switch (eTag)
+    {
+    case eBimHeaderParameterTag_TargetSystem:
+        return UBimHeaderParameterTargetSystem::Create();
+    case eBimHeaderParameterTag_PayloadLength:
+        return UBimHeaderParameterPayloadLength::Create();
+    case eBimHeaderParameterTag_ShortDescription:
+        return UBimHeaderParameterShortDescription::Create();
+    case eBimHeaderParameterTag_LongDescription:
+        return UBimHeaderParameterLongDescription::Create();
+    case eBimHeaderParameterTag_DateOfCreation:
+        return UBimHeaderParameterDateOfCreation::Create();
+    default:
+        return UBimHeaderParameterUnknown::Create(eTag);
+    }
+}
+
+UBimHeaderParameterBase* UBimHeader::CreateParameter(const BIM_HEADER_TLV& tlv)
+{
+    UBimHeaderParameterBase* parameter = nullptr;
+    switch (tlv.wTag)
+    {
+    case eBimHeaderParameterTag_TargetSystem:
+        parameter = UBimHeaderParameterTargetSystem::Create(tlv);
+        break;
+    case eBimHeaderParameterTag_PayloadLength:
+        parameter = UBimHeaderParameterPayloadLength::Create(tlv);
+        break;
+    case eBimHeaderParameterTag_ShortDescription:
+        parameter = UBimHeaderParameterShortDescription::Create(tlv);
+        break;
+    case eBimHeaderParameterTag_LongDescription:
+        parameter = UBimHeaderParameterLongDescription::Create(tlv);
+        break;
+    case eBimHeaderParameterTag_DateOfCreation:
+        parameter = UBimHeaderParameterDateOfCreation::Create(tlv);
+        break;
+    case eBimHeaderParameterTag_LastParameter:
+        parameter = UBimHeaderParameterLastParameter::Create(tlv);
+        break;
+    default:
+        parameter = UBimHeaderParameterUnknown::Create(tlv);
+        break;
+    }
+    if (!parameter->IsValid())
+    {
+        parameter->Release();
+        wchar_t message[100];
+        std::swprintf(message, 100, L"Header parameter 0x%02x is invalid.", static_cast<unsigned int>(tlv.wTag));
+        throw UBimException(message);
+    }
+    return parameter;
+}
+
+void UBimHeader::Write(IO::UStream& stream) const
+{
+    stream.Write("BIMF", 4);
+    for (unsigned long i = 0; i < m_parameters.GetLength(); ++i)
+        m_parameters[i]->Write(stream);
+
+    UBimHeaderParameterPayloadLength* payloadLength = UBimHeaderParameterPayloadLength::Create(m_uiPayloadLength);
+    try
+    {
+        payloadLength->Write(stream);
+    }
+    catch (...)
+    {
+        payloadLength->Release();
+        throw;
+    }
+    payloadLength->Release();
+
+    UBimHeaderParameterLastParameter* last = UBimHeaderParameterLastParameter::Create();
+    try
+    {
+        last->Write(stream);
+    }
+    catch (...)
+    {
+        last->Release();
+        throw;
+    }
+    last->Release();
+}
+
+}}} // namespace Oskal::Lib::BIM

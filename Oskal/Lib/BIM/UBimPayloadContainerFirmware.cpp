@@ -1,0 +1,149 @@
+#include <Oskal/Lib/BIM/UBimPayloadContainerFirmware.h>
+
+#include <Oskal/Lib/BIM/UBimException.h>
+
+namespace Oskal { namespace Lib { namespace BIM {
+
+namespace {
+
+const unsigned int kPiece = 0x100000;
+
+// Reads until uiCount bytes have arrived or the stream ends; returns the count read.
+unsigned int ReadFully(IO::UStream& stream, unsigned char* pbyBuffer, unsigned int uiCount)
+{
+    unsigned int done = 0;
+    while (done < uiCount)
+    {
+        const unsigned int piece = uiCount - done < kPiece ? uiCount - done : kPiece;
+        const long n = stream.Read(pbyBuffer + done, static_cast<long>(piece));
+        if (n <= 0)
+            break;
+        done += static_cast<unsigned int>(n);
+    }
+    return done;
+}
+
+unsigned int U32(const unsigned char* pby)
+{
+    return static_cast<unsigned int>(pby[0]) | static_cast<unsigned int>(pby[1]) << 8 |
+           static_cast<unsigned int>(pby[2]) << 16 | static_cast<unsigned int>(pby[3]) << 24;
+}
+
+void PutU32(unsigned char* pby, unsigned int ui)
+{
+    pby[0] = static_cast<unsigned char>(ui);
+    pby[1] = static_cast<unsigned char>(ui >> 8);
+    pby[2] = static_cast<unsigned char>(ui >> 16);
+    pby[3] = static_cast<unsigned char>(ui >> 24);
+}
+
+} // namespace
+
+UBimPayloadContainerFirmware* UBimPayloadContainerFirmware::Create()
+{
+    return new UBimPayloadContainerFirmware();
+}
+
+UBimPayloadContainerFirmware::UBimPayloadContainerFirmware()
+    : UBimPayloadContainerBase(eBimPayloadContainerType_Firmware), m_pImage(new UMemoryImage())
+{
+}
+
+UBimPayloadContainerFirmware::UBimPayloadContainerFirmware(const UBimPayloadContainerFirmware& other)
+    : UBimPayloadContainerBase(other), m_pImage(new UMemoryImage(*other.m_pImage))
+{
+}
+
+UBimPayloadContainerFirmware& UBimPayloadContainerFirmware::operator=(const UBimPayloadContainerFirmware& other)
+{
+    if (this != &other)
+    {
+        *m_pImage = *other.m_pImage;
+        UBimPayloadContainerBase::operator=(other);
+    }
+    return *this;
+}
+
+UBimPayloadContainerFirmware::~UBimPayloadContainerFirmware()
+{
+    delete m_pImage;
+}
+
+unsigned int UBimPayloadContainerFirmware::GetUnencryptedInnerContainerSize() const
+{
+    unsigned int size = 0;
+    for (unsigned long i = 0; const UMemoryRegion* region = m_pImage->GetMemoryRegion(i); ++i)
+        size += 8 + ((region->GetLength() + 3) & ~3u);
+    return size;
+}
+
+void UBimPayloadContainerFirmware::ReadInnerContainer(IO::UStream& stream, unsigned int uiPlainSize)
+{
+    // The count as the format defines it: padding is never taken off.
+    long long count = uiPlainSize;
+    // The plain bytes really left; reading never goes past them, whatever the count says.
+    unsigned int left = uiPlainSize;
+    while (count > 0)
+    {
+        // What the count still holds is padding it never lost: the regions are all read.
+        if (left < 8)
+            break;
+        unsigned char head[8];
+        if (ReadFully(stream, head, 8) < 8)
+            break;
+        left -= 8;
+        const unsigned int address = U32(head);
+        const unsigned int length = U32(head + 4);
+        // Checked before anything is reserved, so a damaged length never allocates.
+        if (length > left)
+            throw UBimException(L"Unexpected end of stream.");
+        m_pImage->Reserve(address, length);
+        if (length != 0)
+        {
+            unsigned char* buffer = m_pImage->GetBuffer(address, length);
+            if (buffer != nullptr)
+                ReadFully(stream, buffer, length);
+        }
+        left -= length;
+        count -= 8 + static_cast<long long>(length);
+        if (length % 4 != 0)
+        {
+            for (unsigned int i = 4 - length % 4; i != 0 && left != 0; --i, --left)
+                stream.ReadByte();
+        }
+    }
+}
+
+void UBimPayloadContainerFirmware::WriteInnerContainer(IO::UStream& stream) const
+{
+    for (unsigned long i = 0; UMemoryRegion* region = m_pImage->GetMemoryRegion(i); ++i)
+    {
+        unsigned char head[8];
+        const unsigned int length = region->GetLength();
+        PutU32(head, region->GetAddress());
+        PutU32(head + 4, length);
+        stream.Write(head, 8);
+        // GetData gives a region without data its buffer of fill bytes.
+        const unsigned char* data = length != 0 ? region->GetData() : nullptr;
+        for (unsigned int done = 0; done < length;)
+        {
+            const unsigned int piece = length - done < kPiece ? length - done : kPiece;
+            stream.Write(data + done, static_cast<long>(piece));
+            done += piece;
+        }
+        for (unsigned int pad = (4 - length % 4) % 4; pad != 0; --pad)
+            stream.WriteByte(0);
+    }
+}
+
+UMemoryImage& UBimPayloadContainerFirmware::GetMemoryImage()
+{
+    return *m_pImage;
+}
+
+const UMemoryImage& UBimPayloadContainerFirmware::GetMemoryImage() const
+{
+    return *m_pImage;
+}
+
+}}} // namespace Oskal::Lib::BIM

@@ -1,0 +1,270 @@
+#include "BimFileTestSupport.h"
+
+#include <Oskal/Lib/BIM/UBimHeaderParameterDateOfCreation.h>
+#include <Oskal/Lib/BIM/UBimHeaderParameterPayloadLength.h>
+#include <Oskal/Lib/BIM/UBimHeaderParameterShortDescription.h>
+#include <Oskal/Lib/BIM/UBimHeaderParameterTargetSystem.h>
+#include <Oskal/Lib/BIM/UBimHeaderParameterUnknown.h>
+#include <Oskal/Lib/BIM/UBimPayloadContainerFirmware.h>
+#include <Oskal/Lib/BIM/UBimPayloadContainerUnknown.h>
+#include <Oskal/Lib/BIM/UBimPayloadContainerWindows.h>
+#include <Oskal/Lib/Cryptography/USymmetricAlgorithm.h>
+
+#include "MemoryImageTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+using namespace Oskal::Lib::BIM;
+using namespace OskalTests;
+
+namespace {
+
+// Adds a new container to the file's payload and hands back the caller's reference.
+template <typename T> T* Add(UBimFile& file, T* container)
+{
+    file.GetPayload().AddContainer(*container);
+    EXPECT_EQ(2u, container->GetRefCount());
+    container->Release();
+    return container;
+}
+
+void SetTestKey(UBimPayloadContainerBase& container)
+{
+    auto* algorithm = dynamic_cast<Oskal::Lib::Cryptography::USymmetricAlgorithm*>(container.GetEncryptionAlgorithm());
+    ASSERT_NE(nullptr, algorithm);
+    algorithm->SetKey(TestKey(), 32);
+    algorithm->SetInitializationVector(TestIV(), 16);
+}
+
+TEST(UBimFileWrite, EmptyFileIsMarkerLengthTerminatorAndChecksum)
+{
+    UBimFile file;
+    Bytes expected = B("BIMF");
+    Append(expected, Bytes{2, 0, 4, 0, 0, 0, 0, 0, 0xFF, 0xFF, 0, 0});
+    Append(expected, Sha1(expected));
+    EXPECT_EQ(expected, SaveBytes(file));
+}
+
+TEST(UBimFileWrite, ExactBytesOfHeaderAndContainers)
+{
+    UBimFile file;
+    UBimHeader& header = file.GetHeader();
+    UBimHeaderParameterBase* parameter = nullptr;
+    header.AddParameter(eBimHeaderParameterTag_ShortDescription, &parameter);
+    static_cast<UBimHeaderParameterShortDescription*>(parameter)->SetShortDescription(L"Hi");
+    // A value of 5 bytes takes 4 + 8 bytes, the last 3 zero.
+    header.AddParameter(static_cast<UBimHeaderParameterTag>(0x42), &parameter);
+    std::memcpy(parameter->GetTLV().abyValue, "12345", 5);
+    parameter->GetTLV().wLength = 5;
+    header.AddParameter(eBimHeaderParameterTag_TargetSystem, &parameter);
+    BIM_TARGETSYSTEM target = {{'T', 'G', 0, 1, 2, 3, 4, 5}};
+    static_cast<UBimHeaderParameterTargetSystem*>(parameter)->SetTargetSystem(target);
+    header.AddParameter(eBimHeaderParameterTag_DateOfCreation, &parameter);
+    BIM_DATETIME date;
+    date.byDay = 1;
+    date.byMonth = 2;
+    date.wYear = 0x07E9;
+    date.byHour = 3;
+    date.byMinute = 4;
+    date.bySecond = 5;
+    date.byReserved = 0x99;
+    static_cast<UBimHeaderParameterDateOfCreation*>(parameter)->SetDateOfCreation(date);
+
+    // One region of 6 bytes: plain and stored size 16, 48 bytes in the payload.
+    UBimPayloadContainerFirmware* firmware = Add(file, UBimPayloadContainerFirmware::Create());
+    OskalTests::Set(firmware->GetMemoryImage(), 0x100, "abcdef");
+    EXPECT_EQ(16u, firmware->GetUnencryptedInnerContainerSize());
+    EXPECT_EQ(16u, firmware->GetEncryptedInnerContainerSize());
+    EXPECT_EQ(48u, firmware->GetTotalContainerSize());
+    Add(file, UBimPayloadContainerWindows::Create());
+    EXPECT_EQ(80u, file.GetPayload().GetLength());
+
+    Bytes records;
+    Append(records, Tlv(3, B("Hi")));
+    Append(records, Tlv(0x42, B("12345")));
+    Append(records, Tlv(1, Bytes(target.abyData, target.abyData + 8)));
+    Append(records, Tlv(5, Bytes{1, 2, 0xE9, 0x07, 3, 4, 5, 0}));
+    Bytes payload;
+    Append(payload, PlainContainer(1, FirmwareInner({{0x100, B("abcdef")}})));
+    Append(payload, PlainContainer(2, Bytes()));
+    const Bytes expected = BimFile(records, payload);
+    EXPECT_EQ(expected, SaveBytes(file));
+    EXPECT_EQ(80u, file.GetHeader().GetPayloadLength());
+
+    // The saved file loads back to the same bytes.
+    UBimFile again;
+    KeyCallback callback;
+    ASSERT_EQ(L"", LoadBytes(again, expected, callback));
+    EXPECT_EQ(expected, SaveBytes(again));
+}
+
+TEST(UBimFileWrite, EncryptedFirmwareContainer)
+{
+    UBimFile file;
+    UBimPayloadContainerFirmware* firmware = Add(file, UBimPayloadContainerFirmware::Create());
+    firmware->SetEncryptionType(eBimPayloadContainerEncryption_Rijndael);
+    SetTestKey(*firmware);
+    OskalTests::Set(firmware->GetMemoryImage(), 0x8000, "0123456789AB");
+    // 20 plain bytes: two cipher blocks.
+    EXPECT_EQ(20u, firmware->GetPlainSize());
+    EXPECT_EQ(32u, firmware->GetStoredSize());
+
+    const Bytes inner = FirmwareInner({{0x8000, B("0123456789AB")}});
+    const Bytes expected = BimFile(Bytes(), EncryptedContainer(1, inner));
+    EXPECT_EQ(expected, SaveBytes(file));
+
+    UBimFile again;
+    KeyCallback callback;
+    ASSERT_EQ(L"", LoadBytes(again, expected, callback));
+    EXPECT_FALSE(again.GetPayload().GetContainer(0)->IsRaw());
+}
+
+TEST(UBimFileWrite, ReservedRegionIsWrittenAsFillBytes)
+{
+    UBimFile file;
+    UBimPayloadContainerFirmware* firmware = Add(file, UBimPayloadContainerFirmware::Create());
+    firmware->GetMemoryImage().Reserve(0x40, 5);
+    EXPECT_FALSE(firmware->GetMemoryImage().GetMemoryRegion(0)->HasData());
+    const Bytes expected = BimFile(Bytes(), PlainContainer(1, FirmwareInner({{0x40, Bytes(5, 0xFF)}})));
+    EXPECT_EQ(expected, SaveBytes(file));
+}
+
+TEST(UBimFileWrite, UnsetFixedSizeParameterIsWrittenEmptyAndRefusedOnLoad)
+{
+    for (UBimHeaderParameterTag tag : {eBimHeaderParameterTag_TargetSystem, eBimHeaderParameterTag_DateOfCreation})
+    {
+        UBimFile file;
+        UBimHeaderParameterBase* parameter = nullptr;
+        file.GetHeader().AddParameter(tag, &parameter);
+        const Bytes saved = SaveBytes(file);
+        EXPECT_EQ(BimFile(Tlv(tag, Bytes()), Bytes()), saved);
+        UBimFile again;
+        KeyCallback callback;
+        EXPECT_EQ(tag == eBimHeaderParameterTag_TargetSystem ? L"!Header parameter 0x01 is invalid."
+                                                             : L"!Header parameter 0x05 is invalid.",
+                  LoadBytes(again, saved, callback));
+    }
+}
+
+TEST(UBimFileWrite, PayloadLengthInTheListIsWrittenTwiceAndTheLaterWins)
+{
+    UBimFile file;
+    UBimHeaderParameterBase* parameter = nullptr;
+    file.GetHeader().AddParameter(eBimHeaderParameterTag_PayloadLength, &parameter);
+    static_cast<UBimHeaderParameterPayloadLength*>(parameter)->SetPayloadLength(999);
+    Add(file, UBimPayloadContainerWindows::Create());
+    const Bytes saved = SaveBytes(file);
+    EXPECT_EQ(BimFile(Tlv(2, Bytes{0xE7, 3, 0, 0}), PlainContainer(2, Bytes())), saved);
+
+    UBimFile again;
+    KeyCallback callback;
+    ASSERT_EQ(L"", LoadBytes(again, saved, callback));
+    EXPECT_EQ(0, again.GetHeader().GetParameterCount());
+    EXPECT_EQ(32u, again.GetHeader().GetPayloadLength());
+    EXPECT_EQ(1u, again.GetPayload().GetContainerCount());
+}
+
+TEST(UBimFileWrite, RawBytesAreWrittenWithoutPadding)
+{
+    // Kept on purpose: a raw container of 5 stored bytes is written without its 3 padding bytes,
+    // although the payload length counts them.
+    const Bytes original = BimFile(Bytes(), Container(1, 4, B("raw!!"), 5, Bytes(20, 0x11)));
+    UBimFile file;
+    KeyCallback callback;
+    ASSERT_EQ(L"", LoadBytes(file, original, callback));
+    ASSERT_TRUE(file.GetPayload().GetContainer(0)->IsRaw());
+    EXPECT_EQ(40u, file.GetPayload().GetLength());
+
+    Bytes payload;
+    payload.push_back(1);
+    payload.push_back(0xFF);
+    Append(payload, Bytes{0, 0, 5, 0, 0, 0, 5, 0, 0, 0});
+    Append(payload, B("raw!!"));
+    Append(payload, Bytes(20, 0));
+    Bytes expected = BimFile(Bytes(), payload);
+    expected[8] = 40;
+    Reseal(expected);
+    EXPECT_EQ(expected, SaveBytes(file));
+}
+
+TEST(UBimFileWrite, UnknownContainerReadWithEncryptionIsWrittenInPlainForm)
+{
+    const Bytes original = BimFile(Bytes(), EncryptedContainer(0x33, B("secret")));
+    UBimFile file;
+    KeyCallback callback;
+    ASSERT_EQ(L"", LoadBytes(file, original, callback));
+    const UBimPayloadContainerBase* container = file.GetPayload().GetContainer(0);
+    ASSERT_FALSE(container->IsRaw());
+    EXPECT_EQ(16u, container->GetStoredSize());
+    // Plain bytes, zeros up to the stored size, the digest from the file.
+    Bytes stored = B("secret");
+    stored.resize(16, 0);
+    EXPECT_EQ(BimFile(Bytes(), Container(0x33, 2, stored, 6, Sha1(B("secret")))), SaveBytes(file));
+}
+
+TEST(UBimPayloadContainer, EncryptionTypesAndSizes)
+{
+    UBimPayloadContainerFirmware* firmware = UBimPayloadContainerFirmware::Create();
+    EXPECT_EQ(eBimPayloadContainerEncryption_None, firmware->GetEncryptionType());
+    EXPECT_EQ(nullptr, firmware->GetEncryptionAlgorithm());
+    firmware->SetEncryptionType(eBimPayloadContainerEncryption_Rijndael);
+    Oskal::Lib::Cryptography::UEncryptionAlgorithm* algorithm = firmware->GetEncryptionAlgorithm();
+    ASSERT_NE(nullptr, algorithm);
+    auto* symmetric = dynamic_cast<Oskal::Lib::Cryptography::USymmetricAlgorithm*>(algorithm);
+    EXPECT_EQ(Oskal::Lib::Cryptography::eCipherMode_CBC, symmetric->GetCipherMode());
+    EXPECT_EQ(Oskal::Lib::Cryptography::ePaddingMode_None, symmetric->GetPaddingMode());
+    EXPECT_EQ(256u, symmetric->GetKeySize());
+    firmware->SetEncryptionType(eBimPayloadContainerEncryption_Rijndael);
+    EXPECT_EQ(algorithm, firmware->GetEncryptionAlgorithm());
+
+    // Empty image: no cipher block at all.
+    EXPECT_EQ(0u, firmware->GetStoredSize());
+    EXPECT_EQ(32u, firmware->GetTotalContainerSize());
+    OskalTests::Set(firmware->GetMemoryImage(), 0, std::string(9, 'x'));
+    EXPECT_EQ(20u, firmware->GetPlainSize());
+    EXPECT_EQ(32u, firmware->GetStoredSize());
+    EXPECT_EQ(64u, firmware->GetTotalContainerSize());
+
+    // A copy has its own algorithm with the same key.
+    SetTestKey(*firmware);
+    UBimPayloadContainerFirmware* copy = new UBimPayloadContainerFirmware(*firmware);
+    auto* copied = dynamic_cast<Oskal::Lib::Cryptography::USymmetricAlgorithm*>(copy->GetEncryptionAlgorithm());
+    ASSERT_NE(nullptr, copied);
+    EXPECT_NE(static_cast<void*>(symmetric), static_cast<void*>(copied));
+    EXPECT_EQ(0, std::memcmp(TestKey(), copied->GetKey(), 32));
+    EXPECT_EQ(std::string(9, 'x'), Get(copy->GetMemoryImage(), 0, 9));
+    copy->Release();
+
+    firmware->SetEncryptionType(static_cast<UBimPayloadContainerEncryption>(9));
+    EXPECT_EQ(eBimPayloadContainerEncryption_Unknown, firmware->GetEncryptionType());
+    EXPECT_EQ(nullptr, firmware->GetEncryptionAlgorithm());
+    firmware->SetEncryptionType(eBimPayloadContainerEncryption_None);
+    EXPECT_EQ(nullptr, firmware->GetEncryptionAlgorithm());
+    firmware->Release();
+
+    UBimPayloadContainerUnknown* unknown =
+        UBimPayloadContainerUnknown::Create(static_cast<UBimPayloadContainerType>(7));
+    EXPECT_EQ(7, unknown->GetContainerType());
+    EXPECT_EQ(0u, unknown->GetPlainSize());
+    EXPECT_EQ(nullptr, unknown->GetData());
+    unknown->Release();
+}
+
+TEST(UBimPayload, AddContainerTakesItsOwnReference)
+{
+    UBimFile file;
+    UBimPayloadContainerWindows* windows = UBimPayloadContainerWindows::Create();
+    file.GetPayload().AddContainer(*windows);
+    file.GetPayload().AddContainer(*windows);
+    EXPECT_EQ(3u, windows->GetRefCount());
+    EXPECT_EQ(2u, file.GetPayload().GetContainerCount());
+    EXPECT_EQ(windows, file.GetPayload().GetContainer(1));
+    EXPECT_EQ(nullptr, file.GetPayload().GetContainer(2));
+    file.GetPayload().Clear();
+    EXPECT_EQ(1u, windows->GetRefCount());
+    windows->Release();
+}
+
+} // namespace

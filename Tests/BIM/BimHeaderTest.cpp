@@ -1,0 +1,216 @@
+#include <Oskal/Lib/BIM/UBimHeader.h>
+#include <Oskal/Lib/BIM/UBimHeaderParameterDateOfCreation.h>
+#include <Oskal/Lib/BIM/UBimHeaderParameterLastParameter.h>
+#include <Oskal/Lib/BIM/UBimHeaderParameterLongDescription.h>
+#include <Oskal/Lib/BIM/UBimHeaderParameterPayloadLength.h>
+#include <Oskal/Lib/BIM/UBimHeaderParameterShortDescription.h>
+#include <Oskal/Lib/BIM/UBimHeaderParameterTargetSystem.h>
+#include <Oskal/Lib/BIM/UBimHeaderParameterUnknown.h>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <cstring>
+#include <string>
+
+using namespace Oskal::Lib::BIM;
+
+namespace {
+
+std::string Value(const UBimHeaderParameterBase& parameter)
+{
+    const BIM_HEADER_TLV& tlv = parameter.GetTLV();
+    return std::string(reinterpret_cast<const char*>(tlv.abyValue), tlv.wLength);
+}
+
+TEST(UBimHeaderParameter, DescriptionsAreUtf8WithoutMarkOrTerminator)
+{
+    UBimHeaderParameterShortDescription* text =
+        UBimHeaderParameterShortDescription::Create(L"Gr\u00FC\u00DFe \U0001F600");
+    EXPECT_EQ(eBimHeaderParameterTag_ShortDescription, text->GetTag());
+    EXPECT_TRUE(text->IsValid());
+    EXPECT_EQ("Gr\xC3\xBC\xC3\x9F"
+              "e \xF0\x9F\x98\x80",
+              Value(*text));
+    EXPECT_STREQ(L"Gr\u00FC\u00DFe \U0001F600", text->GetShortDescription());
+
+    // A shorter text over a longer one: the record and the getter follow.
+    text->SetShortDescription(L"x");
+    EXPECT_EQ("x", Value(*text));
+    EXPECT_STREQ(L"x", text->GetShortDescription());
+    text->SetShortDescription(nullptr);
+    EXPECT_EQ(0, text->GetTLV().wLength);
+    EXPECT_STREQ(L"", text->GetShortDescription());
+    text->Release();
+
+    UBimHeaderParameterLongDescription* empty = UBimHeaderParameterLongDescription::Create();
+    EXPECT_EQ(eBimHeaderParameterTag_LongDescription, empty->GetTag());
+    EXPECT_TRUE(empty->IsValid());
+    EXPECT_STREQ(L"", empty->GetLongDescription());
+    empty->Release();
+}
+
+TEST(UBimHeaderParameter, OverlongDescriptionIsCutAtACharacterBoundary)
+{
+    // 'a' and 16384 four-byte characters would take 65537 bytes: the last one doesn't fit.
+    std::wstring text = L"a";
+    for (int i = 0; i < 16384; ++i)
+        text += L"\U0001F600";
+    UBimHeaderParameterLongDescription* parameter = UBimHeaderParameterLongDescription::Create(text.c_str());
+    EXPECT_EQ(1 + 16383 * 4, parameter->GetTLV().wLength);
+    // Compared as a whole: a mismatch must not print 64 KiB of text.
+    EXPECT_TRUE(text.substr(0, 1 + 16383 * 2) == parameter->GetLongDescription());
+    EXPECT_EQ(1u + 16383 * 2, std::wstring(parameter->GetLongDescription()).size());
+
+    // Exactly 65535 bytes fit.
+    std::wstring fits(65535, L'z');
+    parameter->SetLongDescription(fits.c_str());
+    EXPECT_EQ(65535, parameter->GetTLV().wLength);
+    EXPECT_TRUE(fits == parameter->GetLongDescription());
+    parameter->Release();
+}
+
+TEST(UBimHeaderParameter, DescriptionsDecodeWholeFromRecords)
+{
+    BIM_HEADER_TLV* tlv = new BIM_HEADER_TLV();
+    tlv->wTag = eBimHeaderParameterTag_ShortDescription;
+    // 21845 three-byte characters: 65535 bytes, the longest value a record holds.
+    for (int i = 0; i < 21845; ++i)
+        std::memcpy(tlv->abyValue + 3 * i, "\xE2\x82\xAC", 3);
+    tlv->wLength = 65535;
+    UBimHeaderParameterShortDescription* parameter = UBimHeaderParameterShortDescription::Create(*tlv);
+    EXPECT_TRUE(parameter->IsValid());
+    EXPECT_TRUE(std::wstring(21845, L'\u20AC') == parameter->GetShortDescription());
+    parameter->Release();
+
+    // Bytes that are no UTF-8 are left to the decoder's fallback; they never make it invalid.
+    std::memcpy(tlv->abyValue, "ok\xFF\xC3", 4);
+    tlv->wLength = 4;
+    parameter = UBimHeaderParameterShortDescription::Create(*tlv);
+    EXPECT_TRUE(parameter->IsValid());
+    EXPECT_EQ(L"ok", std::wstring(parameter->GetShortDescription()).substr(0, 2));
+    parameter->Release();
+    delete tlv;
+}
+
+TEST(UBimHeaderParameter, FixedSizeValuesAndTheirValidity)
+{
+    BIM_TARGETSYSTEM target = {{1, 2, 3, 4, 5, 6, 7, 8}};
+    UBimHeaderParameterTargetSystem* system = UBimHeaderParameterTargetSystem::Create(target);
+    EXPECT_TRUE(system->IsValid());
+    EXPECT_EQ(std::string("\x01\x02\x03\x04\x05\x06\x07\x08", 8), Value(*system));
+    EXPECT_EQ(0, std::memcmp(target.abyData, system->GetTargetSystem().abyData, 8));
+    system->Release();
+
+    // Empty fixed-size parameters have length 0 and are invalid until set.
+    UBimHeaderParameterDateOfCreation* date = UBimHeaderParameterDateOfCreation::Create();
+    EXPECT_EQ(0, date->GetTLV().wLength);
+    EXPECT_FALSE(date->IsValid());
+    SYSTEMTIME time = {};
+    time.wYear = 2026;
+    time.wMonth = 11;
+    time.wDay = 23;
+    time.wHour = 14;
+    time.wMinute = 5;
+    time.wSecond = 59;
+    time.wMilliseconds = 999;
+    time.wDayOfWeek = 1;
+    date->SetDateOfCreation(BIM_DATETIME(time));
+    EXPECT_TRUE(date->IsValid());
+    EXPECT_EQ(std::string("\x17\x0B\xEA\x07\x0E\x05\x3B\x00", 8), Value(*date));
+    BIM_DATETIME back = date->GetDateOfCreation();
+    EXPECT_EQ(2026, back.wYear);
+    EXPECT_EQ(59, back.bySecond);
+    date->Release();
+
+    UBimHeaderParameterPayloadLength* length = UBimHeaderParameterPayloadLength::Create(0x12345678u);
+    EXPECT_EQ(std::string("\x78\x56\x34\x12", 4), Value(*length));
+    EXPECT_EQ(0x12345678u, length->GetPayloadLength());
+    length->Release();
+
+    BIM_HEADER_TLV* tlv = new BIM_HEADER_TLV();
+    tlv->wTag = eBimHeaderParameterTag_TargetSystem;
+    tlv->wLength = 7;
+    system = UBimHeaderParameterTargetSystem::Create(*tlv);
+    EXPECT_FALSE(system->IsValid());
+    system->Release();
+    tlv->wTag = eBimHeaderParameterTag_DateOfCreation;
+    tlv->wLength = 8;
+    date = UBimHeaderParameterDateOfCreation::Create(*tlv);
+    EXPECT_TRUE(date->IsValid());
+    date->Release();
+    delete tlv;
+}
+
+TEST(UBimHeaderParameter, DupeIsIndependent)
+{
+    UBimHeaderParameterShortDescription* original = UBimHeaderParameterShortDescription::Create(L"one");
+    UBimHeaderParameterShortDescription* copy = original->Dupe();
+    original->SetShortDescription(L"two");
+    EXPECT_STREQ(L"one", copy->GetShortDescription());
+    EXPECT_EQ("one", Value(*copy));
+    EXPECT_EQ(1u, copy->GetRefCount());
+    copy->Release();
+    original->Release();
+
+    const unsigned char bytes[3] = {9, 8, 7};
+    UBimHeaderParameterUnknown* unknown =
+        UBimHeaderParameterUnknown::Create(static_cast<UBimHeaderParameterTag>(0x42), bytes, 3);
+    UBimHeaderParameterBase* dupe = unknown->Dupe();
+    unknown->GetTLV().abyValue[0] = 0;
+    EXPECT_EQ(0x42, dupe->GetTag());
+    EXPECT_EQ(std::string("\x09\x08\x07", 3), Value(*dupe));
+    dupe->Release();
+    unknown->Release();
+}
+
+TEST(UBimHeader, ListKeepsOrderAndDuplicates)
+{
+    UBimHeader header;
+    UBimHeaderParameterBase* parameter = nullptr;
+    header.AddParameter(eBimHeaderParameterTag_ShortDescription, &parameter);
+    static_cast<UBimHeaderParameterShortDescription*>(parameter)->SetShortDescription(L"first");
+    header.AddParameter(eBimHeaderParameterTag_TargetSystem, &parameter);
+    header.AddParameter(eBimHeaderParameterTag_ShortDescription, &parameter);
+    static_cast<UBimHeaderParameterShortDescription*>(parameter)->SetShortDescription(L"second");
+    header.AddParameter(eBimHeaderParameterTag_LastParameter, &parameter);
+    // Every tag outside 1 to 5 is an unknown parameter, the terminator's included.
+    EXPECT_NE(nullptr, dynamic_cast<UBimHeaderParameterUnknown*>(parameter));
+    EXPECT_EQ(4, header.GetParameterCount());
+
+    EXPECT_EQ(nullptr, header.GetParameter(4));
+    EXPECT_EQ(nullptr, header.GetParameter(-1));
+    EXPECT_EQ(eBimHeaderParameterTag_TargetSystem, header.GetParameter(1)->GetTag());
+    const UBimHeader& constant = header;
+    EXPECT_STREQ(L"second", static_cast<const UBimHeaderParameterShortDescription*>(
+                                constant.GetParameter(eBimHeaderParameterTag_ShortDescription, 1))
+                                ->GetShortDescription());
+    EXPECT_EQ(nullptr, header.GetParameter(eBimHeaderParameterTag_ShortDescription, 2));
+
+    // A copy holds its own parameters.
+    UBimHeader copy(header);
+    copy.SetPayloadLength(7);
+    EXPECT_NE(header.GetParameter(0), copy.GetParameter(0));
+    EXPECT_EQ(4, copy.GetParameterCount());
+
+    EXPECT_EQ(0, header.RemoveParameter(eBimHeaderParameterTag_DateOfCreation, -1));
+    EXPECT_EQ(4, header.GetParameterCount());
+    EXPECT_EQ(1, header.RemoveParameter(eBimHeaderParameterTag_ShortDescription, 1));
+    EXPECT_EQ(3, header.GetParameterCount());
+    EXPECT_STREQ(L"first",
+                 static_cast<UBimHeaderParameterShortDescription*>(header.GetParameter(0))->GetShortDescription());
+    EXPECT_EQ(0, header.RemoveParameter(eBimHeaderParameterTag_ShortDescription, 1));
+    header.AddParameter(eBimHeaderParameterTag_ShortDescription, &parameter);
+    EXPECT_EQ(1, header.RemoveParameter(eBimHeaderParameterTag_ShortDescription, -1));
+    EXPECT_EQ(nullptr, header.GetParameter(eBimHeaderParameterTag_ShortDescription, 0));
+    EXPECT_EQ(2, header.GetParameterCount());
+
+    copy = header;
+    EXPECT_EQ(2, copy.GetParameterCount());
+    EXPECT_EQ(0u, copy.GetPayloadLength());
+    header.Clear();
+    EXPECT_EQ(0, header.GetParameterCount());
+}
+
+} // namespace
