@@ -167,6 +167,70 @@ TEST(CryptoStream, CipherRoundTripsWithEveryPaddingMode)
     }
 }
 
+// Reads that have room for a whole buffer take the transform's output straight into the
+// caller's buffer; the results must not differ from small reads, the final block included.
+TEST(CryptoStream, LargeReadsGiveTheSameBytes)
+{
+    std::mt19937 rng(21);
+    for (UPaddingMode ePadding : {ePaddingMode_None, ePaddingMode_Zeros, ePaddingMode_PKCS7})
+    {
+        RijndaelPtr aes = MakeAes(ePadding);
+        for (size_t length : {kBufferSize - 16, kBufferSize, kBufferSize + 16, 2 * kBufferSize, 3 * kBufferSize + 5})
+        {
+            SCOPED_TRACE(testing::Message() << "padding " << ePadding << " length " << length);
+            Bytes plain = RandomBytes(rng, length);
+            plain.back() |= 1;
+            TransformPtr enc(aes->CreateEncryptor());
+            UVector<unsigned char> cipher = enc->TransformFinalBlock(plain.data(), static_cast<unsigned long>(length));
+            if (ePadding == ePaddingMode_None)
+                plain.resize(cipher.GetLength());
+
+            TransformPtr dec(aes->CreateDecryptor());
+            MemoryStream source(Bytes(cipher.GetBuffer(), cipher.GetBuffer() + cipher.GetLength()));
+            source.m_maxRead = 1 + rng() % 300000;
+            UCryptoStream reader(&source, dec.get(), eCryptoStreamMode_Read);
+            Bytes back(plain.size() + 64);
+            size_t done = 0;
+            for (;;)
+            {
+                const long want = static_cast<long>(kBufferSize + rng() % (2 * kBufferSize));
+                Bytes piece(static_cast<size_t>(want));
+                const long n = reader.Read(piece.data(), want);
+                if (n == 0)
+                    break;
+                ASSERT_LE(done + static_cast<size_t>(n), back.size());
+                std::copy(piece.begin(), piece.begin() + n, back.begin() + static_cast<long>(done));
+                done += static_cast<size_t>(n);
+            }
+            back.resize(done);
+            EXPECT_TRUE(back == plain);
+        }
+    }
+
+    // A hash read through in one large request, and a transform that takes one block per call.
+    const Bytes data = RandomBytes(rng, 2 * kBufferSize + 100);
+    USHA1 hash;
+    MemoryStream hashed(data);
+    UCryptoStream hashing(&hashed, &hash, eCryptoStreamMode_Read);
+    Bytes through(data.size() + 10);
+    EXPECT_EQ(static_cast<long>(data.size()), hashing.Read(through.data(), static_cast<long>(through.size())));
+    through.resize(data.size());
+    EXPECT_TRUE(through == data);
+    EXPECT_EQ(Sha1(data), ToHex(hash.GetHash(), 20));
+
+    RijndaelPtr aes = MakeAes(ePaddingMode_PKCS7);
+    TransformPtr enc(aes->CreateEncryptor());
+    UVector<unsigned char> cipher = enc->TransformFinalBlock(data.data(), static_cast<unsigned long>(data.size()));
+    SingleBlockCipher* dec = new SingleBlockCipher(aes->CreateDecryptor());
+    TransformPtr decOwner(dec);
+    MemoryStream source(Bytes(cipher.GetBuffer(), cipher.GetBuffer() + cipher.GetLength()));
+    UCryptoStream reader(&source, dec, eCryptoStreamMode_Read);
+    Bytes back(data.size() + 10);
+    EXPECT_EQ(static_cast<long>(data.size()), reader.Read(back.data(), static_cast<long>(back.size())));
+    back.resize(data.size());
+    EXPECT_TRUE(back == data);
+}
+
 TEST(CryptoStream, PartialBlockIsHeldBackUntilTheFinalBlock)
 {
     RijndaelPtr aes = MakeAes(ePaddingMode_PKCS7);

@@ -5,10 +5,11 @@
 #include <Oskal/Lib/BIM/UBimPayloadContainerUnknown.h>
 #include <Oskal/Lib/BIM/UBimPayloadContainerWindows.h>
 #include <Oskal/Lib/Cryptography/UCryptoStream.h>
-#include <Oskal/Lib/Cryptography/UIdentityTransform.h>
 #include <Oskal/Lib/Cryptography/USHA1.h>
+#include <Oskal/Lib/UNotSupportedException.h>
 
 #include <cstring>
+#include <exception>
 #include <memory>
 
 namespace Oskal { namespace Lib { namespace BIM {
@@ -19,9 +20,8 @@ using Cryptography::UCryptoStream;
 namespace {
 
 const wchar_t g_szEndOfStream[] = L"Unexpected end of stream.";
+// Pieces in which the stored bytes the parser left are read and hashed.
 const unsigned long kCheckPiece = 16384;
-// Pieces read straight from the file when no cipher is involved.
-const unsigned long kDirectPiece = 262144;
 
 long ReadFully(IO::UStream& stream, unsigned char* pbyBuffer, long lCount)
 {
@@ -80,6 +80,13 @@ public:
     ContainerHolder(const ContainerHolder&) = delete;
     ContainerHolder& operator=(const ContainerHolder&) = delete;
     UBimPayloadContainerBase* operator->() const { return m_p; }
+    UBimPayloadContainerBase* Get() const { return m_p; }
+    void Reset(UBimPayloadContainerBase* p)
+    {
+        if (m_p != nullptr)
+            m_p->Release();
+        m_p = p;
+    }
     UBimPayloadContainerBase* Take()
     {
         UBimPayloadContainerBase* p = m_p;
@@ -104,6 +111,141 @@ UBimPayloadContainerBase* MakeContainer(unsigned char byType)
     }
 }
 
+// Hands the stored bytes of one container (deciphered, if the source deciphers) to the
+// container's parser and hashes the first plain-size bytes among them on the way, so that one read
+// of the file both checks and parses the container. Never hands out more than the stored bytes.
+class HashingReader : public IO::UStream
+{
+public:
+    HashingReader(IO::UStream& source, Cryptography::USHA1& hash, unsigned int uiStoredSize, unsigned int uiPlainSize)
+        : m_source(source), m_hash(hash), m_stored(uiStoredSize), m_plain(uiPlainSize), m_done(0),
+          m_sourceFailed(false)
+    {
+    }
+
+    int CanRead() const override { return 1; }
+    int CanWrite() const override { return 0; }
+    int CanSeek() const override { return 0; }
+    void Close() override {}
+    void Flush() override {}
+    long long GetLength() const override { throw Exceptions::UNotSupportedException(); }
+    long long GetPosition() const override { throw Exceptions::UNotSupportedException(); }
+    int IsDataAvailable() const override { return m_done < m_stored ? 1 : 0; }
+    long long Seek(long long, IO::USeekOrigin) override { throw Exceptions::UNotSupportedException(); }
+    void SetLength(long long) override { throw Exceptions::UNotSupportedException(); }
+    void SetPosition(long long) override { throw Exceptions::UNotSupportedException(); }
+    void Write(const void*, long) override { throw Exceptions::UNotSupportedException(); }
+
+    long Read(void* pvBuffer, long lCount) override
+    {
+        unsigned long count = lCount > 0 ? static_cast<unsigned long>(lCount) : 0;
+        if (count > m_stored - m_done)
+            count = m_stored - m_done;
+        if (count == 0)
+            return 0;
+        long n = 0;
+        try
+        {
+            n = m_source.Read(pvBuffer, static_cast<long>(count));
+        }
+        catch (...)
+        {
+            m_sourceFailed = true;
+            throw;
+        }
+        if (n > 0)
+            Hash(static_cast<const unsigned char*>(pvBuffer), static_cast<unsigned int>(n));
+        return n;
+    }
+
+    // Reads and hashes what the parser left of the stored bytes; false when they run short.
+    bool ReadRest(unsigned char* pbyBuffer, unsigned long ulSize)
+    {
+        while (m_done < m_stored)
+        {
+            const long piece = static_cast<long>(m_stored - m_done < ulSize ? m_stored - m_done : ulSize);
+            if (ReadFully(*this, pbyBuffer, piece) < piece)
+                return false;
+        }
+        return true;
+    }
+
+    // True once reading the file or deciphering failed, as opposed to the parser itself.
+    bool SourceFailed() const { return m_sourceFailed; }
+
+private:
+    void Hash(const unsigned char* pbyData, unsigned int uiCount)
+    {
+        if (m_done < m_plain)
+            m_hash.HashCore(pbyData, static_cast<long>(m_plain - m_done < uiCount ? m_plain - m_done : uiCount));
+        m_done += uiCount;
+    }
+
+    IO::UStream& m_source;
+    Cryptography::USHA1& m_hash;
+    const unsigned int m_stored;
+    const unsigned int m_plain;
+    unsigned int m_done;
+    bool m_sourceFailed;
+};
+
+// Stored bytes that are no whole number of cipher blocks cannot be deciphered, and a plain size
+// beyond the stored bytes cannot be right: such a container stays raw.
+bool IsCheckable(const ICryptoTransform* pDecryptor, unsigned int uiStoredSize, unsigned int uiPlainSize)
+{
+    unsigned long block = pDecryptor != nullptr ? pDecryptor->GetInputBlockSize() : 1;
+    if (block == 0)
+        block = 1;
+    return uiStoredSize % block == 0 && uiPlainSize <= uiStoredSize;
+}
+
+// The digest follows the padding after the stored bytes. Leaves the view lifted.
+void ReadDigest(IO::UStream& stream, long long llStart, unsigned int uiStoredSize, unsigned char* pbyDigest)
+{
+    stream.ResetView();
+    stream.SetPosition(llStart + uiStoredSize + PaddingOf(uiStoredSize));
+    if (ReadFully(stream, pbyDigest, 20) < 20)
+        throw UBimException(g_szEndOfStream);
+}
+
+// Parses the container from its stored bytes (through the decryptor, if any) while hashing them,
+// then reads the digest from the file; true when the two agree. A parse that fails is held back
+// until the digest is known: for a container whose digest does not match it is no error, as the
+// bytes are then kept raw. Failures of the file or the cipher are thrown at once, as they would
+// be by any other read of the bytes.
+bool ParseChecked(IO::UStream& stream, UBimPayloadContainerBase& container, ICryptoTransform* pDecryptor,
+                  long long llStart, unsigned int uiStoredSize, unsigned int uiPlainSize, unsigned char* pbyDigest)
+{
+    std::unique_ptr<Cryptography::USHA1, void (*)(Cryptography::USHA1*)> hash(
+        Cryptography::USHA1::Create(), [](Cryptography::USHA1* p) { p->Release(); });
+    hash->Reset();
+    std::exception_ptr parseFailure;
+    {
+        std::unique_ptr<UCryptoStream> deciphering;
+        if (pDecryptor != nullptr)
+            deciphering.reset(new UCryptoStream(&stream, pDecryptor, Cryptography::eCryptoStreamMode_Read));
+        HashingReader reader(deciphering ? *deciphering : stream, *hash, uiStoredSize, uiPlainSize);
+        try
+        {
+            container.ReadInnerContainer(reader, uiPlainSize);
+        }
+        catch (...)
+        {
+            if (reader.SourceFailed())
+                throw;
+            parseFailure = std::current_exception();
+        }
+        std::unique_ptr<unsigned char[]> buffer(new unsigned char[kCheckPiece]);
+        if (!reader.ReadRest(buffer.get(), kCheckPiece))
+            throw UBimException(g_szEndOfStream);
+    }
+    hash->HashFinal();
+    ReadDigest(stream, llStart, uiStoredSize, pbyDigest);
+    const bool matched = std::memcmp(hash->GetHash(), pbyDigest, 20) == 0;
+    if (matched && parseFailure)
+        std::rethrow_exception(parseFailure);
+    return matched;
+}
 } // namespace
 
 UBimPayload::UBimPayload()
@@ -186,10 +328,6 @@ void UBimPayload::Write(IO::UStream& stream)
 UBimPayloadContainerBase* UBimPayload::ReadContainer(IO::UStream& stream, UBimReadFileCallback& callback,
                                                      unsigned int* puiFileSize)
 {
-    std::unique_ptr<Cryptography::USHA1, void (*)(Cryptography::USHA1*)> hash(
-        Cryptography::USHA1::Create(), [](Cryptography::USHA1* p) { p->Release(); });
-    std::unique_ptr<unsigned char[]> buffer(new unsigned char[kCheckPiece]);
-    std::unique_ptr<unsigned char[]> direct;
     // Handed to the container whatever happens; for an unknown encryption type nothing of this
     // container is ever read into it.
     unsigned char digest[20] = {};
@@ -207,91 +345,34 @@ UBimPayloadContainerBase* UBimPayload::ReadContainer(IO::UStream& stream, UBimRe
     ContainerHolder container(MakeContainer(header[0]));
     container->SetEncryptionType(static_cast<UBimPayloadContainerEncryption>(header[1]));
     Cryptography::UEncryptionAlgorithm* algorithm = container->GetEncryptionAlgorithm();
-    TransformSlot transform(nullptr);
+    TransformSlot decryptor(nullptr);
     if (algorithm != nullptr)
     {
         callback.ProcessEncryptionAlgorithm(container->GetEncryptionType(), algorithm);
-        transform.Reset(algorithm->CreateDecryptor());
-    }
-    else
-    {
-        transform.Reset(Cryptography::UIdentityTransform::Create());
+        decryptor.Reset(algorithm->CreateDecryptor());
     }
 
-    bool matched = false;
+    bool parsed = false;
     if (container->GetEncryptionType() != eBimPayloadContainerEncryption_Unknown)
     {
-        unsigned long block = transform.Get()->GetInputBlockSize();
-        if (block == 0)
-            block = 1;
-        // Stored bytes that are no whole number of cipher blocks cannot be deciphered, and a
-        // plain size beyond the stored bytes cannot be right: such a container stays raw.
-        const bool checkable = storedSize % block == 0 && plainSize <= storedSize;
-        if (checkable && algorithm == nullptr && storedSize != 0)
-            direct.reset(new unsigned char[storedSize < kDirectPiece ? storedSize : kDirectPiece]);
-        if (checkable)
+        if (IsCheckable(decryptor.Get(), storedSize, plainSize))
         {
-            hash->Reset();
-            if (algorithm == nullptr)
-            {
-                // Without a cipher the stored bytes are the plain bytes: hashed straight from
-                // the file, in large pieces.
-                unsigned int done = 0;
-                while (done < storedSize)
-                {
-                    const unsigned int piece = storedSize - done < kDirectPiece ? storedSize - done : kDirectPiece;
-                    if (ReadFully(stream, direct.get(), static_cast<long>(piece)) < static_cast<long>(piece))
-                        throw UBimException(g_szEndOfStream);
-                    if (done < plainSize)
-                        hash->HashCore(direct.get(),
-                                       static_cast<long>(plainSize - done < piece ? plainSize - done : piece));
-                    done += piece;
-                }
-            }
-            else
-            {
-                UCryptoStream reading(&stream, transform.Get(), Cryptography::eCryptoStreamMode_Read);
-                unsigned int done = 0;
-                while (done < storedSize)
-                {
-                    const unsigned int piece = storedSize - done < kCheckPiece ? storedSize - done : kCheckPiece;
-                    if (ReadFully(reading, buffer.get(), static_cast<long>(piece)) < static_cast<long>(piece))
-                        throw UBimException(g_szEndOfStream);
-                    if (done < plainSize)
-                        hash->HashCore(buffer.get(),
-                                       static_cast<long>(plainSize - done < piece ? plainSize - done : piece));
-                    done += piece;
-                }
-            }
-            hash->HashFinal();
+            parsed = ParseChecked(stream, *container.Get(), decryptor.Get(), start, storedSize, plainSize, digest);
+            // A digest mismatch drops whatever the parse made of the bytes.
+            if (!parsed)
+                container.Reset(TakeEmptyOf(*container.Get()));
         }
-        // The digest follows the padding after the stored bytes.
-        stream.ResetView();
-        stream.SetPosition(start + storedSize + PaddingOf(storedSize));
-        if (ReadFully(stream, digest, 20) < 20)
-            throw UBimException(g_szEndOfStream);
-        stream.SetView(start, storedSize);
-        matched = checkable && std::memcmp(hash->GetHash(), digest, 20) == 0;
-        if (matched && algorithm != nullptr)
-            transform.Reset(algorithm->CreateDecryptor());
         else
-            transform.Reset(Cryptography::UIdentityTransform::Create());
+        {
+            ReadDigest(stream, start, storedSize, digest);
+        }
     }
 
     container->SetHashFromFile(digest);
-    if (matched && algorithm == nullptr)
+    if (!parsed)
     {
-        // The identity transform passes bytes through unchanged: the container reads the view
-        // itself and saves a copy of every byte.
-        container->ReadInnerContainer(stream, plainSize);
-    }
-    else if (matched)
-    {
-        UCryptoStream reading(&stream, transform.Get(), Cryptography::eCryptoStreamMode_Read);
-        container->ReadInnerContainer(reading, plainSize);
-    }
-    else
-    {
+        // Read again from the start of the stored bytes, as they stand.
+        stream.SetView(start, storedSize);
         container->ReadInnerContainerRaw(stream, storedSize, plainSize);
     }
 
@@ -306,6 +387,16 @@ UBimPayloadContainerBase* UBimPayload::ReadContainer(IO::UStream& stream, UBimRe
 
     *puiFileSize = 12 + storedSize + static_cast<unsigned int>(padding) + 20;
     return container.Take();
+}
+
+UBimPayloadContainerBase* UBimPayload::TakeEmptyOf(UBimPayloadContainerBase& parsed)
+{
+    UBimPayloadContainerBase* empty = MakeContainer(static_cast<unsigned char>(parsed.GetContainerType()));
+    // The algorithm moves as it is: it is the object the application was handed to key.
+    empty->m_eEncryption = parsed.m_eEncryption;
+    empty->m_pAlgorithm = parsed.m_pAlgorithm;
+    parsed.m_pAlgorithm = nullptr;
+    return empty;
 }
 
 }}} // namespace Oskal::Lib::BIM

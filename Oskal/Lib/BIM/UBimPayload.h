@@ -43,6 +43,9 @@ private:
     // Reads one container and returns it (reference count 1) with the bytes it took in the file.
     UBimPayloadContainerBase* ReadContainer(IO::UStream& stream, UBimReadFileCallback& callback,
                                             unsigned int* puiFileSize);
+    // A new, empty container of the same type that takes over the encryption type and the
+    // algorithm of one whose parsed contents are dropped.
+    static UBimPayloadContainerBase* TakeEmptyOf(UBimPayloadContainerBase& parsed);
 
     Collections::UVector<UBimPayloadContainerBase*> m_containers;
 };

@@ -205,11 +205,8 @@ void UCryptoStream::FlushFinalBlock()
     m_bFinalBlockTransformed = 1;
 }
 
-void UCryptoStream::Fill()
+unsigned long UCryptoStream::TransformNext(unsigned char* pbyTarget, bool* pbAtEnd)
 {
-    m_ulOutputPosition = 0;
-    m_ulOutputAvailable = 0;
-
     // Top the input buffer up behind what the last pass kept back.
     const unsigned long wanted = m_ulInputBufferSize - m_ulInputBufferUsed;
     unsigned long got = 0;
@@ -221,10 +218,11 @@ void UCryptoStream::Fill()
         got += static_cast<unsigned long>(n);
     }
     m_ulInputBufferUsed += got;
-    const bool atEnd = got < wanted;
+    *pbAtEnd = got < wanted;
 
     const unsigned long block = m_ulInputBlockSize;
     unsigned long offset = 0;
+    unsigned long produced = 0;
     m_ulInputBufferPending = m_ulInputBufferUsed;
     if (m_ulInputBufferPending > block)
     {
@@ -232,8 +230,7 @@ void UCryptoStream::Fill()
         {
             while (m_ulInputBufferPending > block)
             {
-                m_ulOutputAvailable += m_pTransform->TransformBlock(m_pbyInputBuffer + offset, block,
-                                                                    m_pbyOutputBuffer + m_ulOutputAvailable);
+                produced += m_pTransform->TransformBlock(m_pbyInputBuffer + offset, block, pbyTarget + produced);
                 offset += block;
                 m_ulInputBufferPending -= block;
             }
@@ -242,10 +239,10 @@ void UCryptoStream::Fill()
         {
             unsigned long blocks = m_ulInputBufferPending / block;
             // A whole last block stays for the final transform, which strips the padding from it.
-            if (m_ulInputBufferPending % block == 0 && (atEnd || !m_pStream->IsDataAvailable()))
+            if (m_ulInputBufferPending % block == 0 && (*pbAtEnd || !m_pStream->IsDataAvailable()))
                 --blocks;
             const unsigned long bytes = blocks * block;
-            m_ulOutputAvailable += m_pTransform->TransformBlock(m_pbyInputBuffer, bytes, m_pbyOutputBuffer);
+            produced = m_pTransform->TransformBlock(m_pbyInputBuffer, bytes, pbyTarget);
             offset = bytes;
             m_ulInputBufferPending -= bytes;
         }
@@ -253,9 +250,32 @@ void UCryptoStream::Fill()
     if (offset != 0 && m_ulInputBufferPending != 0)
         std::memmove(m_pbyInputBuffer, m_pbyInputBuffer + offset, m_ulInputBufferPending);
     m_ulInputBufferUsed = m_ulInputBufferPending;
+    return produced;
+}
 
-    if (!atEnd)
-        return;
+void UCryptoStream::Fill()
+{
+    bool atEnd = false;
+    const unsigned long produced = TransformNext(m_pbyOutputBuffer, &atEnd);
+    m_ulOutputPosition = 0;
+    m_ulOutputAvailable = produced;
+    if (atEnd)
+        TransformFinal();
+}
+
+unsigned long UCryptoStream::FillDirect(unsigned char* pbyTarget)
+{
+    bool atEnd = false;
+    const unsigned long produced = TransformNext(pbyTarget, &atEnd);
+    m_ulOutputPosition = 0;
+    m_ulOutputAvailable = 0;
+    if (atEnd)
+        TransformFinal();
+    return produced;
+}
+
+void UCryptoStream::TransformFinal()
+{
     Collections::UVector<unsigned char> last = m_pTransform->TransformFinalBlock(m_pbyInputBuffer, m_ulInputBufferUsed);
     m_ulInputBufferUsed = 0;
     m_ulInputBufferPending = 0;
@@ -305,7 +325,12 @@ long UCryptoStream::Read(void* pvBuffer, long lCount)
         }
         if (m_bFinalBlockTransformed)
             break;
-        Fill();
+        // A request with room for a whole pass is transformed straight into the caller's buffer,
+        // saving a copy through the output buffer; the final block still goes there.
+        if (wanted - copied >= m_ulOutputBufferSize)
+            copied += FillDirect(out + copied);
+        else
+            Fill();
     }
     return static_cast<long>(copied);
 }

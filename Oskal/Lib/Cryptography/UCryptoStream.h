@@ -44,8 +44,18 @@ private:
     UCryptoStream(const UCryptoStream&) = delete;
     UCryptoStream& operator=(const UCryptoStream&) = delete;
 
+    // Read mode: tops the input buffer up from the underlying stream and transforms the whole
+    // blocks it can give into pbyTarget (room for m_ulOutputBufferSize bytes); returns the count
+    // written there and tells whether the underlying stream has ended.
+    unsigned long TransformNext(unsigned char* pbyTarget, bool* pbAtEnd);
     // Read mode: refills the output buffer from the underlying stream.
     void Fill();
+    // Read mode: one pass straight into the caller's buffer; returns the count written there. The
+    // output of the final block, if this pass ended the stream, waits in the output buffer.
+    unsigned long FillDirect(unsigned char* pbyTarget);
+    // Read mode: transforms the held-back bytes as the final block, behind the output buffer's
+    // bytes.
+    void TransformFinal();
     void WriteOut(const unsigned char* pbyData, unsigned long ulCount);
 
     IO::UStream* m_pStream;
