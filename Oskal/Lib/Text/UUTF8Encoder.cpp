@@ -1,8 +1,8 @@
 #include <Oskal/Lib/Text/UUTF8Encoder.h>
 
+#include <Oskal/Lib/Text/Sse2Detection.inl>
 #include <Oskal/Lib/Text/UUTF8Encoding.h>
 
-#include <cpuid.h>
 #include <cstdlib>
 #include <cstring>
 #include <emmintrin.h>
@@ -17,20 +17,7 @@ namespace Text
 namespace
 {
 
-// OSKAL_TEXT_PORTABLE=1 in the environment selects the portable loops, so that the tests can
-// check them on machines that all have SSE2.
-bool DetectSse2()
-{
-    const char* portable = std::getenv("OSKAL_TEXT_PORTABLE");
-    if (portable != nullptr && portable[0] == '1')
-        return false;
-    unsigned int a, b, c, d;
-    if (!__get_cpuid(1, &a, &b, &c, &d))
-        return false;
-    return (d & bit_SSE2) != 0;
-}
-
-const bool g_bSse2 = DetectSse2();
+const bool g_bSse2 = Detail::UseSse2();
 
 // Narrows the ASCII run at the start of pwcInput to pbyOutput (room for every unit read) and
 // returns its length (with no output, only measures it).
