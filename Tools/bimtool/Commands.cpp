@@ -32,14 +32,6 @@ using namespace Oskal::Lib::BIM;
 
 namespace {
 
-unsigned long long FileSize(const std::wstring& path)
-{
-    WIN32_FILE_ATTRIBUTE_DATA data;
-    if (!GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data))
-        return 0;
-    return (static_cast<unsigned long long>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
-}
-
 bool ShowProgress(const Options& options, unsigned long long bytes)
 {
     return !options.quiet && bytes > ProgressLine::Threshold && ProgressLine::OnTerminal();
@@ -48,7 +40,8 @@ bool ShowProgress(const Options& options, unsigned long long bytes)
 void Load(UBimFile& file, const std::wstring& path, const Options& options, const char* pszLabel)
 {
     KeyCallback callback(options.key, options.iv);
-    ProgressLine progress(pszLabel, ShowProgress(options, FileSize(path)));
+    const unsigned long long size = ProgressLine::FileSize(path);
+    ProgressLine progress(pszLabel, size, std::wstring(), ShowProgress(options, size));
     file.Load(path.c_str(), callback);
 }
 
@@ -174,7 +167,7 @@ void Build(UBimFile& file, const Options& options, const std::vector<std::pair<u
 
 void Save(UBimFile& file, const std::wstring& path, const Options& options, unsigned long long bytes)
 {
-    ProgressLine progress("writing", ShowProgress(options, bytes));
+    ProgressLine progress("writing", bytes, path, ShowProgress(options, bytes));
     file.Save(path.c_str());
 }
 
@@ -236,7 +229,7 @@ int Create(const Options& options)
 {
     unsigned long long bytes = 0;
     for (const auto& region : options.regions)
-        bytes += FileSize(region.second);
+        bytes += ProgressLine::FileSize(region.second);
     UBimFile file;
     Build(file, options, options.regions);
     Save(file, options.arguments[0], options, bytes);
@@ -328,7 +321,7 @@ int Demo(const Options& options)
         Build(file, demo, regionFiles);
         file.Save(path.c_str());
     }
-    Print("Wrote " + ToUtf8(path) + " (" + std::to_string(FileSize(path)) +
+    Print("Wrote " + ToUtf8(path) + " (" + std::to_string(ProgressLine::FileSize(path)) +
           " bytes), encrypted with the demo key a0a1...bf and IV 0010...f0.\n\n");
 
     UBimFile file;

@@ -8,23 +8,22 @@
 
 namespace BimTool {
 
-namespace {
-
-unsigned long long TransferredBytes()
-{
-    IO_COUNTERS counters = {};
-    GetProcessIoCounters(GetCurrentProcess(), &counters);
-    return counters.ReadTransferCount + counters.WriteTransferCount;
-}
-
-} // namespace
-
 bool ProgressLine::OnTerminal()
 {
     return _isatty(_fileno(stderr)) != 0;
 }
 
-ProgressLine::ProgressLine(const char* pszLabel, bool enabled) : m_label(pszLabel), m_stop(false)
+unsigned long long ProgressLine::FileSize(const std::wstring& path)
+{
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    if (!GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data))
+        return 0;
+    return (static_cast<unsigned long long>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
+}
+
+ProgressLine::ProgressLine(const char* pszLabel, unsigned long long totalBytes, const std::wstring& growingFile,
+                           bool enabled)
+    : m_label(pszLabel), m_totalBytes(totalBytes), m_growingFile(growingFile), m_stop(false)
 {
     if (enabled)
         m_thread = std::thread([this] { Run(); });
@@ -36,18 +35,23 @@ ProgressLine::~ProgressLine()
         return;
     m_stop = true;
     m_thread.join();
-    std::fprintf(stderr, "\r%*s\r", 60, "");
+    std::fprintf(stderr, "\r%*s\r", 70, "");
     std::fflush(stderr);
 }
 
 void ProgressLine::Run()
 {
-    const unsigned long long start = TransferredBytes();
+    const auto start = std::chrono::steady_clock::now();
+    const unsigned long long totalMiB = m_totalBytes >> 20;
     while (!m_stop)
     {
         std::this_thread::sleep_for(std::chrono::milliseconds(250));
-        unsigned long long moved = (TransferredBytes() - start) >> 20;
-        std::fprintf(stderr, "\rbimtool: %s: %llu MiB", m_label.c_str(), moved);
+        const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        if (m_growingFile.empty())
+            std::fprintf(stderr, "\rbimtool: %s %llu MiB ... %.1f s", m_label.c_str(), totalMiB, seconds);
+        else
+            std::fprintf(stderr, "\rbimtool: %s %llu of %llu MiB ... %.1f s", m_label.c_str(),
+                         FileSize(m_growingFile) >> 20, totalMiB, seconds);
         std::fflush(stderr);
     }
 }
