@@ -69,6 +69,17 @@ bimtool extract "$(winpath out.bim)" "$(winpath out)" --key $key --iv $iv --quie
 cmp out/c0-08000000.bin a.bin || fail "extracted region 0x08000000"
 cmp out/c0-20000000.bin b.bin || fail "extracted region 0x20000000"
 
+set +e
+bimtool extract "$(winpath out.bim)" "$(winpath raw)" --key $wrongkey --iv $iv --quiet 2> err.txt; code=$?
+set -e
+[ $code -eq 2 ] && grep -q 'container 0 stays raw' err.txt || fail "extract with a wrong key gives 2 and says why"
+
+cp a.bin overlap.bin
+set +e
+bimtool create "$(winpath o.bim)" --region "0x1000=$(winpath a.bin)" --region "0x1800=$(winpath overlap.bin)" 2> err.txt; code=$?
+set -e
+[ $code -eq 1 ] && grep -q "overlaps another region" err.txt || fail "overlapping regions are refused"
+
 # A damaged file: the checksum check fails with the library's message.
 cp out.bim bad.bim
 printf '\x55' | dd of=bad.bim bs=1 seek=30 conv=notrunc status=none

@@ -89,10 +89,12 @@ void AddRegionFromFile(UMemoryImage& image, unsigned int address, const std::wst
                                      0x100000000ULL)
         throw ToolError{L"The region file '" + path + L"' does not fit the 32-bit address space at that address."};
     const unsigned int size = static_cast<unsigned int>(length);
+    // The image would merge overlapping data silently; two files for the same bytes are a mistake.
+    for (unsigned long i = 0; image.GetMemoryRegion(i) != nullptr; ++i)
+        if (image.GetMemoryRegion(i)->Intersects(address, size))
+            throw ToolError{L"The region file '" + path + L"' overlaps another region."};
     image.Reserve(address, size);
     unsigned char* buffer = image.GetBuffer(address, size);
-    if (buffer == nullptr)
-        throw ToolError{L"The region file '" + path + L"' overlaps another region."};
     for (unsigned int done = 0; done < size;)
     {
         long chunk = static_cast<long>(size - done < (16u << 20) ? size - done : (16u << 20));
@@ -242,11 +244,20 @@ int Extract(const Options& options)
     Load(file, options.arguments[0], options, "extracting");
     EnsureDirectory(options.arguments[1]);
     UBimPayload& payload = file.GetPayload();
+    int result = 0;
     for (unsigned long i = 0; payload.GetContainer(i) != nullptr; ++i)
     {
         auto* firmware = dynamic_cast<UBimPayloadContainerFirmware*>(payload.GetContainer(i));
-        if (firmware == nullptr || firmware->IsRaw())
+        if (firmware == nullptr)
             continue;
+        if (firmware->IsRaw())
+        {
+            // As verify does: the file loads, but this container's regions cannot be had.
+            PrintError("bimtool: container " + std::to_string(i) +
+                       " stays raw (wrong or missing key, or unknown encryption); its regions are not extracted\n");
+            result = 2;
+            continue;
+        }
         UMemoryImage& image = firmware->GetMemoryImage();
         for (unsigned long r = 0; image.GetMemoryRegion(r) != nullptr; ++r)
         {
@@ -256,7 +267,7 @@ int Extract(const Options& options)
             WriteFile(JoinPath(options.arguments[1], name), region->GetData(), region->GetLength());
         }
     }
-    return 0;
+    return result;
 }
 
 int Demo(const Options& options)

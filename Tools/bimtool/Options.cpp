@@ -126,6 +126,7 @@ const char* UsageText()
            "  extract FILE DIR [--key HEX --iv HEX]\n"
            "      Writes each firmware region to DIR/c<container index>-<address as 8 lowercase\n"
            "      hex digits>.bin. Container indexes are 0-based positions in the payload.\n"
+           "      Exit 2 when a firmware container stays raw (its regions are not written).\n"
            "  demo [DIR]\n"
            "      Makes a sample encrypted firmware image in DIR (a temporary directory by\n"
            "      default), then loads it and shows it as info does.\n"
