@@ -18,14 +18,6 @@ using namespace OskalTests;
 
 namespace {
 
-Bytes Counting(size_t count, unsigned char first)
-{
-    Bytes bytes(count);
-    for (size_t i = 0; i < count; ++i)
-        bytes[i] = static_cast<unsigned char>(first + 13 * i);
-    return bytes;
-}
-
 // Remembers the algorithm objects it was handed.
 class RecordingCallback : public KeyCallback
 {
@@ -55,7 +47,8 @@ const UMemoryImage& ImageOf(const UBimPayloadContainerBase* container)
 // Regions spanning several pieces of the crypto stream's buffer, one of an odd length.
 Bytes LargeFirmware()
 {
-    return FirmwareInner({{0x100000, Counting(600000, 1)}, {0x400000, Counting(70001, 2)}, {0x10, Counting(3, 3)}});
+    return FirmwareInner(
+        {{0x100000, Counting(600000, 1, 13)}, {0x400000, Counting(70001, 2, 13)}, {0x10, Counting(3, 3, 13)}});
 }
 
 TEST(UBimFileSinglePass, LargeContainersParseAndCheckInOnePass)
@@ -66,8 +59,7 @@ TEST(UBimFileSinglePass, LargeContainersParseAndCheckInOnePass)
         SCOPED_TRACE(encrypted);
         const Bytes bytes = BimFile(Bytes(), encrypted ? EncryptedContainer(1, inner) : PlainContainer(1, inner));
         UBimFile file;
-        KeyCallback callback;
-        ASSERT_EQ(L"", LoadBytes(file, bytes, callback));
+        ASSERT_EQ(L"", LoadBytes(file, bytes));
         const UBimPayloadContainerBase* container = file.GetPayload().GetContainer(0);
         ASSERT_FALSE(container->IsRaw());
         EXPECT_EQ("100000-1927c0 400000-411171 10-13", Layout(ImageOf(container)));
@@ -77,7 +69,7 @@ TEST(UBimFileSinglePass, LargeContainersParseAndCheckInOnePass)
         Bytes damaged = bytes;
         damaged[damaged.size() - 20 - 20 - 1 - (encrypted ? 0 : 1)] ^= 0x40;
         Reseal(damaged);
-        ASSERT_EQ(L"", LoadBytes(file, damaged, callback));
+        ASSERT_EQ(L"", LoadBytes(file, damaged));
         container = file.GetPayload().GetContainer(0);
         EXPECT_TRUE(container->IsRaw());
         EXPECT_EQ(nullptr, ImageOf(container).GetMemoryRegion(0));
@@ -89,11 +81,11 @@ TEST(UBimFileSinglePass, LargeContainersParseAndCheckInOnePass)
 // data, and still the algorithm the application keyed.
 TEST(UBimFileSinglePass, MismatchDropsWhatTheParseMade)
 {
-    const Bytes inner = FirmwareInner({{0x2000, Counting(40, 1)}, {0x3000, Counting(8, 2)}});
+    const Bytes inner = FirmwareInner({{0x2000, Counting(40, 1, 13)}, {0x3000, Counting(8, 2, 13)}});
     Bytes payload;
     Append(payload, Container(1, 1, inner, static_cast<unsigned int>(inner.size()), WrongDigest(inner)));
     Append(payload, Container(1, 2, Encrypt(inner), static_cast<unsigned int>(inner.size()), WrongDigest(inner)));
-    Append(payload, Container(9, 1, Counting(12, 3), 12, WrongDigest(Counting(12, 3))));
+    Append(payload, Container(9, 1, Counting(12, 3, 13), 12, WrongDigest(Counting(12, 3, 13))));
     Append(payload, EncryptedContainer(1, inner));
     const Bytes bytes = BimFile(Bytes(), payload);
 
@@ -111,8 +103,8 @@ TEST(UBimFileSinglePass, MismatchDropsWhatTheParseMade)
 
     EXPECT_EQ(eBimPayloadContainerEncryption_Rijndael, loaded.GetContainer(1)->GetEncryptionType());
     EXPECT_EQ(callback.algorithms[0], loaded.GetContainer(1)->GetEncryptionAlgorithm());
-    const auto* keyed =
-        dynamic_cast<const Oskal::Lib::Cryptography::USymmetricAlgorithm*>(loaded.GetContainer(1)->GetEncryptionAlgorithm());
+    const auto* keyed = dynamic_cast<const Oskal::Lib::Cryptography::USymmetricAlgorithm*>(
+        loaded.GetContainer(1)->GetEncryptionAlgorithm());
     ASSERT_NE(nullptr, keyed);
     EXPECT_EQ(0, std::memcmp(TestKey(), keyed->GetKey(), 32));
 
@@ -126,7 +118,7 @@ TEST(UBimFileSinglePass, MismatchDropsWhatTheParseMade)
 // otherwise the container stays raw and the containers after it are read as usual.
 TEST(UBimFileSinglePass, ParseFailureCountsOnlyWithAMatchingDigest)
 {
-    Bytes inner = FirmwareInner({{0x100, Counting(8, 1)}, {0x200, Counting(8, 2)}});
+    Bytes inner = FirmwareInner({{0x100, Counting(8, 1, 13)}, {0x200, Counting(8, 2, 13)}});
     inner[4] = 0x40;
     for (int encrypted = 0; encrypted < 2; ++encrypted)
     {
@@ -134,16 +126,14 @@ TEST(UBimFileSinglePass, ParseFailureCountsOnlyWithAMatchingDigest)
         const Bytes stored = encrypted ? Encrypt(inner) : inner;
         const unsigned int plainSize = static_cast<unsigned int>(inner.size());
         UBimFile file;
-        KeyCallback callback;
         EXPECT_EQ(L"!Unexpected end of stream.",
-                  LoadBytes(file, BimFile(Bytes(), Container(1, 1 + encrypted, stored, plainSize, Sha1(inner))),
-                            callback));
+                  LoadBytes(file, BimFile(Bytes(), Container(1, 1 + encrypted, stored, plainSize, Sha1(inner)))));
 
         Bytes payload;
         Append(payload, Container(1, 1 + encrypted, stored, plainSize, WrongDigest(inner)));
-        Append(payload, PlainContainer(1, FirmwareInner({{0x500, Counting(4, 5)}})));
+        Append(payload, PlainContainer(1, FirmwareInner({{0x500, Counting(4, 5, 13)}})));
         const Bytes bytes = BimFile(Bytes(), payload);
-        ASSERT_EQ(L"", LoadBytes(file, bytes, callback));
+        ASSERT_EQ(L"", LoadBytes(file, bytes));
         ASSERT_EQ(2u, file.GetPayload().GetContainerCount());
         EXPECT_TRUE(file.GetPayload().GetContainer(0)->IsRaw());
         EXPECT_EQ(nullptr, ImageOf(file.GetPayload().GetContainer(0)).GetMemoryRegion(0));

@@ -19,7 +19,8 @@
 #include <string>
 #include <vector>
 
-namespace OskalTests {
+namespace OskalTests
+{
 
 typedef std::vector<unsigned char> Bytes;
 
@@ -38,6 +39,15 @@ inline void Put32(Bytes& out, unsigned int value)
 {
     Put16(out, value & 0xFFFF);
     Put16(out, value >> 16);
+}
+
+// count bytes first, first + step, first + 2 * step, ...
+inline Bytes Counting(size_t count, unsigned char first, unsigned char step = 1)
+{
+    Bytes bytes(count);
+    for (size_t i = 0; i < count; ++i)
+        bytes[i] = static_cast<unsigned char>(first + step * i);
+    return bytes;
 }
 
 inline void Append(Bytes& out, const Bytes& more)
@@ -261,6 +271,12 @@ inline std::wstring LoadBytes(Oskal::Lib::BIM::UBimFile& file, const Bytes& byte
         return std::wstring(L"!") + e.GetMessageText();
     }
     return std::wstring();
+}
+
+inline std::wstring LoadBytes(Oskal::Lib::BIM::UBimFile& file, const Bytes& bytes)
+{
+    KeyCallback callback;
+    return LoadBytes(file, bytes, callback);
 }
 
 inline Bytes SaveBytes(Oskal::Lib::BIM::UBimFile& file)

@@ -94,45 +94,27 @@ TEST(UBimHeaderParameter, DescriptionsDecodeWholeFromRecords)
     delete tlv;
 }
 
+// Record bytes of set values are pinned by the write tests; here the date taken from a
+// SYSTEMTIME and validity by record length.
 TEST(UBimHeaderParameter, FixedSizeValuesAndTheirValidity)
 {
-    BIM_TARGETSYSTEM target = {{1, 2, 3, 4, 5, 6, 7, 8}};
-    UBimHeaderParameterTargetSystem* system = UBimHeaderParameterTargetSystem::Create(target);
-    EXPECT_TRUE(system->IsValid());
-    EXPECT_EQ(std::string("\x01\x02\x03\x04\x05\x06\x07\x08", 8), Value(*system));
-    EXPECT_EQ(0, std::memcmp(target.abyData, system->GetTargetSystem().abyData, 8));
-    system->Release();
-
-    // Empty fixed-size parameters have length 0 and are invalid until set.
     UBimHeaderParameterDateOfCreation* date = UBimHeaderParameterDateOfCreation::Create();
     EXPECT_EQ(0, date->GetTLV().wLength);
     EXPECT_FALSE(date->IsValid());
-    SYSTEMTIME time = {};
-    time.wYear = 2026;
-    time.wMonth = 11;
-    time.wDay = 23;
-    time.wHour = 14;
-    time.wMinute = 5;
-    time.wSecond = 59;
-    time.wMilliseconds = 999;
-    time.wDayOfWeek = 1;
+    SYSTEMTIME time = {2026, 11, 1, 23, 14, 5, 59, 999};
     date->SetDateOfCreation(BIM_DATETIME(time));
     EXPECT_TRUE(date->IsValid());
     EXPECT_EQ(std::string("\x17\x0B\xEA\x07\x0E\x05\x3B\x00", 8), Value(*date));
-    BIM_DATETIME back = date->GetDateOfCreation();
-    EXPECT_EQ(2026, back.wYear);
-    EXPECT_EQ(59, back.bySecond);
     date->Release();
 
     UBimHeaderParameterPayloadLength* length = UBimHeaderParameterPayloadLength::Create(0x12345678u);
     EXPECT_EQ(std::string("\x78\x56\x34\x12", 4), Value(*length));
-    EXPECT_EQ(0x12345678u, length->GetPayloadLength());
     length->Release();
 
     BIM_HEADER_TLV* tlv = new BIM_HEADER_TLV();
     tlv->wTag = eBimHeaderParameterTag_TargetSystem;
     tlv->wLength = 7;
-    system = UBimHeaderParameterTargetSystem::Create(*tlv);
+    UBimHeaderParameterTargetSystem* system = UBimHeaderParameterTargetSystem::Create(*tlv);
     EXPECT_FALSE(system->IsValid());
     system->Release();
     tlv->wTag = eBimHeaderParameterTag_DateOfCreation;

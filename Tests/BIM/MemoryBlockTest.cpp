@@ -23,19 +23,21 @@ void PutWord(std::string& bytes, unsigned int uiValue)
         bytes += static_cast<char>(uiValue >> (8 * i));
 }
 
-// A 92-byte integrity block: mask, entry i = (0x1000 * i, 0x100 + i), digest bytes 0, 1, ... 19.
-std::string IntegrityBlock(unsigned int uiMask)
+// A 92-byte integrity block: mask, entry i = (start + step * i, limit + i), then the digest (by
+// default bytes 0, 1, ... 19).
+std::string IntegrityBlock(unsigned int uiMask, unsigned int uiStart = 0, unsigned int uiStep = 0x1000,
+                           unsigned int uiLimit = 0x100, std::string hash = std::string())
 {
     std::string bytes = "QERB";
     PutWord(bytes, uiMask);
     for (unsigned int i = 0; i < 8; ++i)
     {
-        PutWord(bytes, 0x1000 * i);
-        PutWord(bytes, 0x100 + i);
+        PutWord(bytes, uiStart + uiStep * i);
+        PutWord(bytes, uiLimit + i);
     }
-    for (int i = 0; i < 20; ++i)
-        bytes += static_cast<char>(i);
-    return bytes;
+    for (int i = 0; hash.size() < 20; ++i)
+        hash += static_cast<char>(i);
+    return bytes + hash;
 }
 
 TEST(UIntegrityCheckRegionBlock, ReadsTheBlockAtItsAddress)
@@ -74,14 +76,7 @@ TEST(UIntegrityCheckRegionBlock, WritesBackOnlyOverItsMagic)
     block->SetHash(reinterpret_cast<const unsigned char*>(hash.data()));
     EXPECT_EQ(1, block->UpdateMemoryImage(image));
 
-    std::string expected = "QERB";
-    PutWord(expected, 0x80);
-    for (unsigned int i = 0; i < 8; ++i)
-    {
-        PutWord(expected, 0xA0000000 + i);
-        PutWord(expected, 0xB0000000 + i);
-    }
-    expected += hash;
+    const std::string expected = IntegrityBlock(0x80, 0xA0000000, 1, 0xB0000000, hash);
     EXPECT_EQ(expected, Get(image, 0x100, 92));
     EXPECT_EQ(nullptr, image.GetMemoryRegion(1));
 

@@ -92,20 +92,6 @@ TEST(UMemoryImage, ReserveOnlyClearsTheFirstRegionFound)
     EXPECT_EQ(std::string(8, 'A') + std::string(0x20, '\xFF') + std::string(8, 'B'), Get(unsorted, 0, 0x30));
 }
 
-TEST(UMemoryImage, ReadsAcrossGapsAndRegions)
-{
-    UMemoryImage image;
-    EXPECT_EQ(std::string(4, '\xFF'), Get(image, 0x5000, 4));
-    Set(image, 0x1004, "ABCD");
-    Set(image, 0x1010, "EF");
-    EXPECT_EQ("BC", Get(image, 0x1005, 2));
-    // From uncovered memory into a region, and over several: bytes come from where they lie.
-    EXPECT_EQ("\xFF\xFF\x41\x42", Get(image, 0x1002, 4));
-    EXPECT_EQ("ABCD\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"
-              "EF\xFF",
-              Get(image, 0x1004, 15));
-}
-
 TEST(UMemoryImage, GetBufferNeedsOneRegionForTheWholeRange)
 {
     UMemoryImage image;

@@ -102,17 +102,24 @@ TEST(UMemoryRegion, RefusesRangesPastTheTop)
     EXPECT_EQ(0xFFFFFFF0u, region.GetAddress());
 }
 
-TEST(UMemoryRegion, MergeAdjacent)
+// The other region's bytes win where the two overlap; the result starts at the lower address.
+TEST(UMemoryRegion, MergeAdjacentAndOverlapping)
 {
-    UMemoryRegion follows = WithBytes(0x100, 2, 'A');
-    follows.Merge(WithBytes(0x102, 2, 'B'));
-    EXPECT_EQ(0x100u, follows.GetAddress());
-    EXPECT_EQ("AABB", Bytes(follows));
-
-    UMemoryRegion precedes = WithBytes(0x100, 2, 'A');
-    precedes.Merge(WithBytes(0xFE, 2, 'B'));
-    EXPECT_EQ(0xFEu, precedes.GetAddress());
-    EXPECT_EQ("BBAA", Bytes(precedes));
+    const struct
+    {
+        unsigned int address, length, otherAddress, otherLength;
+        unsigned int expectedAddress;
+        const char* expected;
+    } cases[] = {{0x100, 2, 0x102, 2, 0x100, "AABB"},   {0x100, 2, 0xFE, 2, 0xFE, "BBAA"},
+                 {0x100, 6, 0x102, 2, 0x100, "AABBAA"}, {0x100, 4, 0x102, 4, 0x100, "AABBBB"},
+                 {0x100, 4, 0xFE, 4, 0xFE, "BBBBAA"},   {0x100, 2, 0xFF, 4, 0xFF, "BBBB"}};
+    for (const auto& c : cases)
+    {
+        UMemoryRegion region = WithBytes(c.address, c.length, 'A');
+        region.Merge(WithBytes(c.otherAddress, c.otherLength, 'B'));
+        EXPECT_EQ(c.expectedAddress, region.GetAddress()) << c.expected;
+        EXPECT_EQ(c.expected, Bytes(region));
+    }
 
     // Without bytes on either side and with equal fill bytes, nothing is allocated.
     UMemoryRegion lazy(0x100, 2);
@@ -128,44 +135,21 @@ TEST(UMemoryRegion, MergeAdjacent)
     lazy.Merge(zeros);
     EXPECT_EQ(std::string("\xFF\xFF\xFF\xFF\xFF\xFF\0\0", 8), Bytes(lazy));
 
-    // Onto existing bytes the other region's fill byte is written, not this one's.
+    // Onto existing bytes the other region's fill byte is written, not this one's, also where
+    // the other region overlaps.
     UMemoryRegion filled = WithBytes(0x100, 2, 'A');
     UMemoryRegion letters(0x102, 1);
     letters.SetFillByte('Z');
     filled.Merge(letters);
     EXPECT_EQ("AAZ", Bytes(filled));
+    UMemoryRegion reserved = WithBytes(0x100, 4, 'A');
+    reserved.Merge(UMemoryRegion(0xFF, 2));
+    EXPECT_EQ("\xFF\xFF\x41\x41\x41", Bytes(reserved));
 
     UMemoryRegion unchanged = WithBytes(0x100, 2, 'A');
     unchanged.Merge(UMemoryRegion(0x500, 0));
     unchanged.Merge(unchanged);
     EXPECT_EQ("AA", Bytes(unchanged));
-}
-
-TEST(UMemoryRegion, MergeOverlappingLetsTheOtherWin)
-{
-    UMemoryRegion inside = WithBytes(0x100, 6, 'A');
-    inside.Merge(WithBytes(0x102, 2, 'B'));
-    EXPECT_EQ("AABBAA", Bytes(inside));
-
-    UMemoryRegion tail = WithBytes(0x100, 4, 'A');
-    tail.Merge(WithBytes(0x102, 4, 'B'));
-    EXPECT_EQ(0x100u, tail.GetAddress());
-    EXPECT_EQ("AABBBB", Bytes(tail));
-
-    UMemoryRegion below = WithBytes(0x100, 4, 'A');
-    below.Merge(WithBytes(0xFE, 4, 'B'));
-    EXPECT_EQ(0xFEu, below.GetAddress());
-    EXPECT_EQ("BBBBAA", Bytes(below));
-
-    UMemoryRegion covered = WithBytes(0x100, 2, 'A');
-    covered.Merge(WithBytes(0xFF, 4, 'B'));
-    EXPECT_EQ(0xFFu, covered.GetAddress());
-    EXPECT_EQ("BBBB", Bytes(covered));
-
-    // An overlapping region without bytes puts its fill byte over existing bytes.
-    UMemoryRegion reserved = WithBytes(0x100, 4, 'A');
-    reserved.Merge(UMemoryRegion(0xFF, 2));
-    EXPECT_EQ("\xFF\xFF\x41\x41\x41", Bytes(reserved));
 }
 
 TEST(UMemoryRegion, MergeFailures)

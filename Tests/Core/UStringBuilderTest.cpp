@@ -69,11 +69,6 @@ TEST(UStringBuilder, AppendVariants)
     EXPECT_EQ(0xD83D, b.GetAt(3));
     EXPECT_EQ(0xDE00, b.GetAt(4));
     EXPECT_EQ(L'\0', b.GetAt(5));
-
-    // Appending its own text, across a reallocation.
-    UStringBuilder self(std::wstring(100, L's').c_str());
-    self.Append(self.GetBuffer());
-    EXPECT_EQ(std::wstring(200, L's'), Text(self));
 }
 
 TEST(UStringBuilder, AssignReallocatesOnlyBelowGrowStepPlusLength)

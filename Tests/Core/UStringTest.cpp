@@ -9,13 +9,26 @@
 using Oskal::Lib::UString;
 using Oskal::Lib::UStringBuilder;
 using Oskal::Lib::Exceptions::UArgumentException;
-using Oskal::Lib::Exceptions::UException;
 
 namespace {
 
 std::wstring Text(const UString& s)
 {
     return std::wstring(s.GetBuffer(), s.GetLength());
+}
+
+// "name|message" of the UArgumentException that f throws.
+template <typename F> std::wstring ArgumentError(F f)
+{
+    try
+    {
+        f();
+    }
+    catch (const UArgumentException& e)
+    {
+        return std::wstring(e.GetName()) + L"|" + e.GetMessageText();
+    }
+    return L"(no exception)";
 }
 
 TEST(UString, EmptyStringsShareOneBuffer)
@@ -94,31 +107,12 @@ TEST(UString, GetAtAcceptsTheLengthAndThrowsBeyond)
     UString s(L"ab");
     EXPECT_EQ(L'b', s.GetAt(1));
     EXPECT_EQ(L'\0', s.GetAt(2));
-    try
-    {
-        s.GetAt(3);
-        FAIL() << "no exception";
-    }
-    catch (const UArgumentException& e)
-    {
-        EXPECT_STREQ(L"ulIndex", e.GetName());
-        EXPECT_STREQ(L"Index is out of range.", e.GetMessageText());
-    }
-    try
-    {
-        UString().GetAt(1);
-        FAIL() << "no exception";
-    }
-    catch (const UException& e)
-    {
-        EXPECT_STREQ(L"Index is out of range.", e.GetMessageText());
-        const UArgumentException* argument = dynamic_cast<const UArgumentException*>(&e);
-        ASSERT_NE(nullptr, argument);
-        EXPECT_STREQ(L"ulIndex", argument->GetName());
-    }
+    EXPECT_EQ(L"ulIndex|Index is out of range.", ArgumentError([&] { s.GetAt(3); }));
+    EXPECT_EQ(L"ulIndex|Index is out of range.", ArgumentError([] { UString().GetAt(1); }));
 }
 
-TEST(UString, CountedCompareOrdersByLengthFirst)
+// Ordinal by unsigned units; the counted form orders by length first.
+TEST(UString, Compare)
 {
     UString b(L"b");
     EXPECT_EQ(-1, b.Compare(L"ab", 2));
@@ -126,10 +120,6 @@ TEST(UString, CountedCompareOrdersByLengthFirst)
     EXPECT_EQ(1, UString(L"abc").Compare(L"zz", 2));
     EXPECT_EQ(0, UString(L"abc").Compare(L"abcd", 3));
     EXPECT_LT(UString(L"abc").Compare(L"abd", 3), 0);
-}
-
-TEST(UString, CompareIsOrdinalByUnsignedUnits)
-{
     EXPECT_EQ(0, UString(L"abc").Compare(L"abc"));
     EXPECT_EQ(-1, UString(L"ab").Compare(L"abc"));
     EXPECT_EQ(-1, UString(L"B").Compare(L"a"));
@@ -148,35 +138,26 @@ TEST(UString, CompareIsOrdinalByUnsignedUnits)
     EXPECT_EQ(0, UString(L"ab").BeginsWith(L"abc"));
 }
 
-TEST(UString, TokenizeKeepsEmptyTokens)
+// Each token in brackets.
+std::wstring Tokens(const wchar_t* pszText, const wchar_t* pszSeparator)
 {
-    auto tokens = UString(L"a,,b,").Tokenize(L",");
-    ASSERT_EQ(4u, tokens.GetLength());
-    EXPECT_EQ(L"a", Text(tokens[0]));
-    EXPECT_EQ(L"", Text(tokens[1]));
-    EXPECT_EQ(L"b", Text(tokens[2]));
-    EXPECT_EQ(L"", Text(tokens[3]));
-
-    tokens = UString(L"::x::y").Tokenize(L"::");
-    ASSERT_EQ(3u, tokens.GetLength());
-    EXPECT_EQ(L"", Text(tokens[0]));
-    EXPECT_EQ(L"y", Text(tokens[2]));
-
-    EXPECT_EQ(0u, UString().Tokenize(L",").GetLength());
-    EXPECT_EQ(1u, UString(L"abc").Tokenize(L",").GetLength());
+    auto tokens = UString(pszText).Tokenize(pszSeparator);
+    std::wstring text;
+    for (unsigned long i = 0; i < tokens.GetLength(); ++i)
+        text += L"[" + Text(tokens[i]) + L"]";
+    return text;
 }
 
-TEST(UString, TokenizeUsesTheResetScan)
+// Empty tokens are kept. A broken partial match resumes after the unit that broke it, so the
+// second 'a' of "aab" is not tried as a new start.
+TEST(UString, TokenizeKeepsEmptyTokensAndUsesTheResetScan)
 {
-    // The second 'a' breaks the partial match and is not tried as a new start.
-    auto tokens = UString(L"aab").Tokenize(L"ab");
-    ASSERT_EQ(1u, tokens.GetLength());
-    EXPECT_EQ(L"aab", Text(tokens[0]));
-
-    tokens = UString(L"xaabyab").Tokenize(L"ab");
-    ASSERT_EQ(2u, tokens.GetLength());
-    EXPECT_EQ(L"xaaby", Text(tokens[0]));
-    EXPECT_EQ(L"", Text(tokens[1]));
+    EXPECT_EQ(L"[a][][b][]", Tokens(L"a,,b,", L","));
+    EXPECT_EQ(L"[][x][y]", Tokens(L"::x::y", L"::"));
+    EXPECT_EQ(L"", Tokens(L"", L","));
+    EXPECT_EQ(L"[abc]", Tokens(L"abc", L","));
+    EXPECT_EQ(L"[aab]", Tokens(L"aab", L"ab"));
+    EXPECT_EQ(L"[xaaby][]", Tokens(L"xaabyab", L"ab"));
 }
 
 TEST(UString, TrimRemovesOnlyTheFourWhiteSpaceUnits)

@@ -63,26 +63,26 @@ TEST(UVector, AddVectorGrowsByTheLargerOfOtherLengthAndGrowCount)
     EXPECT_EQ((std::vector<int>{0, 1, 2, 0, 1, 2}), Items(self));
 }
 
+// Only the first count elements behind the range move down; the rest keep their places. A range
+// past the end only shortens the vector.
 TEST(UVector, RemoveRangeMovesAtMostCountElements)
 {
-    // Only the first count elements behind the range move down; the rest keep their places.
-    UVector<int> v = Sequence(10);
-    EXPECT_EQ(0, v.RemoveRange(0, 2));
-    EXPECT_EQ((std::vector<int>{2, 3, 2, 3, 4, 5, 6, 7}), Items(v));
+    const struct
+    {
+        unsigned long start, count;
+        std::vector<int> expected;
+    } cases[] = {{0, 2, {2, 3, 2, 3, 4, 5, 6, 7}},
+                 {6, 2, {0, 1, 2, 3, 4, 5, 8, 9}},
+                 {7, 100, {0, 1, 2, 3, 4, 5, 6}},
+                 {10, 1, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}}};
+    for (const auto& c : cases)
+    {
+        UVector<int> v = Sequence(10);
+        EXPECT_EQ(0, v.RemoveRange(c.start, c.count));
+        EXPECT_EQ(c.expected, Items(v)) << c.start << "+" << c.count;
+    }
 
-    UVector<int> tail = Sequence(10);
-    tail.RemoveRange(6, 2);
-    EXPECT_EQ((std::vector<int>{0, 1, 2, 3, 4, 5, 8, 9}), Items(tail));
-}
-
-TEST(UVector, RemoveRangePastTheEndMovesNothing)
-{
-    UVector<int> v = Sequence(10);
-    EXPECT_EQ(0, v.RemoveRange(7, 100));
-    EXPECT_EQ((std::vector<int>{0, 1, 2, 3, 4, 5, 6}), Items(v));
-
-    EXPECT_EQ(0, v.RemoveRange(7, 1));
-    EXPECT_EQ(7u, v.GetLength());
+    UVector<int> v = Sequence(7);
     EXPECT_EQ(0, v.Remove(42));
     EXPECT_EQ(1, v.Remove(1));
     EXPECT_EQ((std::vector<int>{0, 2, 3, 4, 5, 6}), Items(v));

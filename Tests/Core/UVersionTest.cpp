@@ -30,7 +30,7 @@ TEST(UVersion, PacksAndUnpacksThreeBytes)
     EXPECT_EQ(0UL, UVersion().GetPacked());
 }
 
-TEST(UVersion, Ordering)
+TEST(UVersion, OrderingKeepsItsShortcut)
 {
     EXPECT_TRUE(UVersion(1, 2, 3) == UVersion(1, 2, 3));
     EXPECT_FALSE(UVersion(1, 2, 3) == UVersion(1, 2, 4));
@@ -38,10 +38,7 @@ TEST(UVersion, Ordering)
     EXPECT_TRUE(UVersion(1, 2, 3) < UVersion(1, 3, 0));
     EXPECT_FALSE(UVersion(1, 2, 3) < UVersion(1, 2, 3));
     EXPECT_TRUE(UVersion(1, 2, 4) > UVersion(1, 2, 3));
-}
 
-TEST(UVersion, KeepsTheShortcutOrdering)
-{
     // Each step only tests "smaller" (or "greater") and falls through otherwise.
     EXPECT_TRUE(UVersion(2, 0, 0) < UVersion(1, 5, 0));
     EXPECT_TRUE(UVersion(1, 5, 0) < UVersion(2, 0, 0));

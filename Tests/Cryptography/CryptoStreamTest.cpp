@@ -21,12 +21,7 @@ using Oskal::Lib::Exceptions::UNotSupportedException;
 namespace
 {
 
-struct Releaser
-{
-    template <typename T> void operator()(T* p) const { p->Release(); }
-};
 typedef std::unique_ptr<URijndael, Releaser> RijndaelPtr;
-typedef std::unique_ptr<ICryptoTransform, Releaser> TransformPtr;
 
 const unsigned long kBufferSize = 251904;
 
@@ -35,14 +30,6 @@ RijndaelPtr MakeAes(UPaddingMode ePadding)
     RijndaelPtr aes(URijndael::Create());
     aes->SetPaddingMode(ePadding);
     return aes;
-}
-
-std::string Sha1(const Bytes& data)
-{
-    USHA1 hash;
-    hash.HashCore(data.data(), static_cast<long>(data.size()));
-    hash.HashFinal();
-    return ToHex(hash.GetHash(), 20);
 }
 
 void WriteInPieces(UCryptoStream& stream, const Bytes& data, std::mt19937& rng, size_t maxPiece)
@@ -111,7 +98,7 @@ TEST(CryptoStream, HashesInRandomPieces)
         UCryptoStream stream(&sink, &hash, eCryptoStreamMode_Write);
         WriteInPieces(stream, data, rng, 70000);
         stream.FlushFinalBlock();
-        EXPECT_EQ(Sha1(data), ToHex(hash.GetHash(), 20));
+        EXPECT_EQ(OneShot(20, data), ToHex(hash.GetHash(), 20));
         EXPECT_TRUE(sink.m_data == data);
     }
     {
@@ -120,7 +107,7 @@ TEST(CryptoStream, HashesInRandomPieces)
         source.m_maxRead = 100000;
         UCryptoStream stream(&source, &hash, eCryptoStreamMode_Read);
         EXPECT_TRUE(ReadInPieces(stream, rng, 90000) == data);
-        EXPECT_EQ(Sha1(data), ToHex(hash.GetHash(), 20));
+        EXPECT_EQ(OneShot(20, data), ToHex(hash.GetHash(), 20));
         unsigned char byte = 0;
         EXPECT_EQ(0, stream.Read(&byte, 1)) << "stays at the end";
     }
@@ -216,7 +203,7 @@ TEST(CryptoStream, LargeReadsGiveTheSameBytes)
     EXPECT_EQ(static_cast<long>(data.size()), hashing.Read(through.data(), static_cast<long>(through.size())));
     through.resize(data.size());
     EXPECT_TRUE(through == data);
-    EXPECT_EQ(Sha1(data), ToHex(hash.GetHash(), 20));
+    EXPECT_EQ(OneShot(20, data), ToHex(hash.GetHash(), 20));
 
     RijndaelPtr aes = MakeAes(ePaddingMode_PKCS7);
     TransformPtr enc(aes->CreateEncryptor());
@@ -248,15 +235,7 @@ TEST(CryptoStream, PartialBlockIsHeldBackUntilTheFinalBlock)
     EXPECT_EQ(32u, sink.m_data.size());
     EXPECT_EQ(1, sink.m_flushes);
 
-    try
-    {
-        stream.Close();
-        FAIL();
-    }
-    catch (const UCryptoException& e)
-    {
-        EXPECT_EQ(L"The final block has already been transformed.", Message(e));
-    }
+    EXPECT_EQ(L"The final block has already been transformed.", Thrown<UCryptoException>([&] { stream.Close(); }));
     EXPECT_THROW(stream.Write("x", 1), UCryptoException);
     EXPECT_THROW(stream.FlushFinalBlock(), UCryptoException);
 }
@@ -344,50 +323,13 @@ TEST(CryptoStream, Errors)
     UCryptoStream writer(&under, identity.get(), eCryptoStreamMode_Write);
     char buffer[4];
 
-    try
-    {
-        reader.Read(nullptr, 1);
-        FAIL();
-    }
-    catch (const UArgumentException& e)
-    {
-        EXPECT_EQ(std::wstring(L"pvBuffer"), e.GetName());
-        EXPECT_EQ(L"Argument 'pvBuffer' must not be NULL.", Message(e));
-    }
-    try
-    {
-        writer.Write(nullptr, 1);
-        FAIL();
-    }
-    catch (const UArgumentException& e)
-    {
-        EXPECT_EQ(std::wstring(L"pvBuffer"), e.GetName());
-        EXPECT_EQ(L"Argument 'pvBuffer' must not be NULL when lCount is greater than 0.", Message(e));
-    }
-    try
-    {
-        writer.Read(buffer, 1);
-        FAIL();
-    }
-    catch (const UNotSupportedException& e)
-    {
-        EXPECT_EQ(L"Stream is not readable.", Message(e));
-    }
-    for (int i = 0; i < 2; ++i)
-    {
-        try
-        {
-            if (i == 0)
-                reader.Write(buffer, 1);
-            else
-                reader.FlushFinalBlock();
-            FAIL();
-        }
-        catch (const UNotSupportedException& e)
-        {
-            EXPECT_EQ(L"Stream is not writeable.", Message(e));
-        }
-    }
+    EXPECT_EQ(L"pvBuffer|Argument 'pvBuffer' must not be NULL.",
+              Thrown<UArgumentException>([&] { reader.Read(nullptr, 1); }));
+    EXPECT_EQ(L"pvBuffer|Argument 'pvBuffer' must not be NULL when lCount is greater than 0.",
+              Thrown<UArgumentException>([&] { writer.Write(nullptr, 1); }));
+    EXPECT_EQ(L"Stream is not readable.", Thrown<UNotSupportedException>([&] { writer.Read(buffer, 1); }));
+    EXPECT_EQ(L"Stream is not writeable.", Thrown<UNotSupportedException>([&] { reader.Write(buffer, 1); }));
+    EXPECT_EQ(L"Stream is not writeable.", Thrown<UNotSupportedException>([&] { reader.FlushFinalBlock(); }));
     EXPECT_TRUE(reader.CanRead());
     EXPECT_FALSE(reader.CanWrite());
     EXPECT_TRUE(writer.CanWrite());

@@ -2,8 +2,13 @@
 // switch between the hardware and the portable paths.
 #pragma once
 
+#include <Oskal/Lib/Cryptography/ICryptoTransform.h>
 #include <Oskal/Lib/Cryptography/UCryptoCpu.h>
+#include <Oskal/Lib/Cryptography/USHA1.h>
+#include <Oskal/Lib/Cryptography/USHA256.h>
+#include <Oskal/Lib/Cryptography/USHA512.h>
 #include <Oskal/Lib/IO/UStream.h>
+#include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UException.h>
 
 #include "Support/TestFiles.h"
@@ -11,6 +16,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -58,6 +64,31 @@ inline std::wstring Message(const Oskal::Lib::Exceptions::UException& e)
     return e.GetMessageText();
 }
 
+inline std::wstring Message(const Oskal::Lib::Exceptions::UArgumentException& e)
+{
+    return std::wstring(e.GetName()) + L"|" + e.GetMessageText();
+}
+
+// The message of the E that f throws ("name|message" for argument exceptions), or "(no exception)".
+template <typename E, typename F> std::wstring Thrown(F f)
+{
+    try
+    {
+        f();
+    }
+    catch (const E& e)
+    {
+        return Message(e);
+    }
+    return L"(no exception)";
+}
+
+struct Releaser
+{
+    template <typename T> void operator()(T* p) const { p->Release(); }
+};
+typedef std::unique_ptr<Oskal::Lib::Cryptography::ICryptoTransform, Releaser> TransformPtr;
+
 // The text of a vector file below the test data folder ("nist/sha/SHA1ShortMsg.rsp"); empty when
 // the file is missing or empty, which the callers treat as a failure.
 inline std::string ReadTestFile(const std::wstring& relative)
@@ -76,6 +107,35 @@ inline std::string ReadTestFile(const std::wstring& relative)
         text.append(buffer, n);
     std::fclose(f);
     return text;
+}
+
+// Digest sizes 20, 32 and 64 select SHA-1, SHA-256 and SHA-512.
+typedef std::unique_ptr<Oskal::Lib::Cryptography::UHashAlgorithm, Releaser> HashPtr;
+
+inline HashPtr MakeHash(unsigned long ulDigestSize)
+{
+    switch (ulDigestSize)
+    {
+    case 20:
+        return HashPtr(Oskal::Lib::Cryptography::USHA1::Create());
+    case 32:
+        return HashPtr(Oskal::Lib::Cryptography::USHA256::Create());
+    default:
+        return HashPtr(Oskal::Lib::Cryptography::USHA512::Create());
+    }
+}
+
+inline std::string Digest(Oskal::Lib::Cryptography::UHashAlgorithm& hash)
+{
+    return ToHex(hash.GetHash(), hash.GetHashSize());
+}
+
+inline std::string OneShot(unsigned long ulDigestSize, const Bytes& data)
+{
+    HashPtr hash = MakeHash(ulDigestSize);
+    hash->HashCore(data.data(), static_cast<long>(data.size()));
+    hash->HashFinal();
+    return Digest(*hash);
 }
 
 // "NAME = value" lines and "[SECTION]" lines of a .rsp file, in order; comments and blank lines

@@ -125,9 +125,6 @@ TEST(IntegerArithmetic, SignedThirtyTwoAddSubtractAgainstWideReference)
 // the low 32 bits come back.
 TEST(IntegerArithmetic, SignedThirtyTwoMultiplyNeverThrowsAndTruncates)
 {
-    EXPECT_EQ(0L, static_cast<long>(UIntegerI32(65536) * UIntegerI32(65536)));
-    EXPECT_EQ(-2147483647L - 1, static_cast<long>(UIntegerI32(-2147483647L - 1) * UIntegerI32(-1)));
-    EXPECT_EQ(-6L, static_cast<long>(UIntegerI32(2) * UIntegerI32(-3)));
     for (__int64 a64 : Interesting64())
         for (__int64 b64 : Interesting64())
         {
@@ -139,10 +136,6 @@ TEST(IntegerArithmetic, SignedThirtyTwoMultiplyNeverThrowsAndTruncates)
 
 TEST(IntegerArithmetic, SignedSixtyFourAgainstWideReference)
 {
-    EXPECT_EQ(-0x7FFFFFFFFFFFFFFFLL - 1, static_cast<__int64>(UIntegerI64(-0x7FFFFFFFFFFFFFFFLL - 1) * UIntegerI64(1)));
-    EXPECT_TRUE(Throws<UIntegerI64>([] { UIntegerI64(-0x7FFFFFFFFFFFFFFFLL - 1) * UIntegerI64(-1); }));
-    EXPECT_EQ(-0x7FFFFFFFFFFFFFFFLL - 1, static_cast<__int64>(UIntegerI64(-0x40000000LL) * UIntegerI64(0x200000000LL)));
-
     for (__int64 a : Interesting64())
         for (__int64 b : Interesting64())
         {
@@ -171,10 +164,6 @@ TEST(IntegerArithmetic, SignedSixtyFourAgainstWideReference)
 
 TEST(IntegerArithmetic, UnsignedAgainstWideReference)
 {
-    EXPECT_TRUE(Throws<UIntegerU32>([] { UIntegerU32(0) - UIntegerU32(1); }));
-    EXPECT_TRUE(Throws<UIntegerU32>([] { UIntegerU32(65536) * UIntegerU32(65536); }));
-    EXPECT_EQ(0xFFFFFFFFUL, static_cast<unsigned long>(UIntegerU32(65535) * UIntegerU32(65537)));
-
     for (__int64 a64 : Interesting64())
         for (__int64 b64 : Interesting64())
         {

@@ -21,111 +21,86 @@ const wchar_t* const kFormat = L"Invalid integer format.";
 const wchar_t* const kHexFormat = L"Invalid hexadecimal integer format.";
 const wchar_t* const kBounds = L"Parsed integer is out of bounds.";
 
-// The message of the exception of type E thrown by f, or "(no exception)".
-template <typename E, typename F> std::wstring ThrownMessage(F f)
+// The parsed value as a 64-bit pattern, or "F:"/"O:" and the message of a format/overflow error.
+template <typename T, typename R> std::wstring Outcome(const wchar_t* text)
 {
     try
     {
-        f();
+        return std::to_wstring(static_cast<unsigned __int64>(static_cast<R>(T::Parse(text))));
     }
-    catch (const E& e)
+    catch (const UFormatException& e)
     {
-        return e.GetMessageText();
+        return std::wstring(L"F:") + e.GetMessageText();
     }
-    return L"(no exception)";
+    catch (const UOverflowException& e)
+    {
+        return std::wstring(L"O:") + e.GetMessageText();
+    }
 }
 
-template <typename T> std::wstring FormatError(const wchar_t* text)
+std::wstring F(const wchar_t* message)
 {
-    return ThrownMessage<UFormatException>([&] { T::Parse(text); });
+    return std::wstring(L"F:") + message;
 }
 
-template <typename T> std::wstring OverflowError(const wchar_t* text)
+std::wstring O()
 {
-    return ThrownMessage<UOverflowException>([&] { T::Parse(text); });
+    return std::wstring(L"O:") + kBounds;
+}
+
+std::wstring V(unsigned __int64 value)
+{
+    return std::to_wstring(value);
+}
+
+// Every one of the texts parses to the expected outcome.
+template <typename T, typename R> void Expect(const std::wstring& expected, std::initializer_list<const wchar_t*> texts)
+{
+    for (const wchar_t* text : texts)
+        EXPECT_EQ(expected, (Outcome<T, R>(text))) << text;
 }
 
 } // namespace
 
-TEST(IntegerParse, SignedThirtyTwoBitBounds)
+// "-0" and a lone "-" negate to a non-negative value and are rejected; hexadecimal text is a bit
+// pattern that the signed classes reinterpret without a range check; no white space, one sign.
+TEST(IntegerParse, SignedThirtyTwoBit)
 {
-    EXPECT_EQ(2147483647L, static_cast<long>(UIntegerI32::Parse(L"2147483647")));
-    EXPECT_EQ(-2147483647L - 1, static_cast<long>(UIntegerI32::Parse(L"-2147483648")));
-    EXPECT_EQ(-17L, static_cast<long>(UIntegerI32::Parse(L"-17")));
-    EXPECT_EQ(17L, static_cast<long>(UIntegerI32::Parse(L"+17")));
-    EXPECT_EQ(kBounds, OverflowError<UIntegerI32>(L"2147483648"));
-    EXPECT_EQ(kBounds, OverflowError<UIntegerI32>(L"-2147483649"));
-    EXPECT_EQ(kBounds, OverflowError<UIntegerI32>(L"4294967296"));
-    EXPECT_EQ(kBounds, OverflowError<UIntegerI32>(L"99999999999999999999"));
+    const auto i32 = &Expect<UIntegerI32, long>;
+    i32(V(2147483647), {L"2147483647", L"0x7fffffff"});
+    i32(V(0xFFFFFFFF80000000ULL), {L"-2147483648"});
+    i32(V(static_cast<unsigned __int64>(-17LL)), {L"-17"});
+    i32(V(17), {L"+17"});
+    i32(V(0), {L"", L"+", L"0x"});
+    i32(V(~0ULL), {L"0XFFFFFFFF", L"+0xFFFFFFFF"});
+    i32(V(0xABCDEF), {L"0xaBcDeF"});
+    i32(O(), {L"2147483648", L"-2147483649", L"4294967296", L"99999999999999999999", L"-0", L"-", L"0x100000000"});
+    i32(F(kHexFormat), {L"-0x1"});
+    i32(F(kFormat), {L"0x1g", L"0x 1", L" 1", L"1 ", L"+-1", L"-+1", L"++1", L"1.5"});
 }
 
-// "-0" and a lone "-" negate to a non-negative value and are rejected; that is the defined rule.
-TEST(IntegerParse, MinusZeroAndLoneMinusAreOutOfBounds)
+TEST(IntegerParse, SignedSixtyFourBit)
 {
-    EXPECT_EQ(kBounds, OverflowError<UIntegerI32>(L"-0"));
-    EXPECT_EQ(kBounds, OverflowError<UIntegerI32>(L"-"));
-    EXPECT_EQ(kBounds, OverflowError<UIntegerI64>(L"-0"));
-    EXPECT_EQ(kBounds, OverflowError<UIntegerI64>(L"-000"));
+    const auto i64 = &Expect<UIntegerI64, __int64>;
+    i64(V(0x7FFFFFFFFFFFFFFFULL), {L"9223372036854775807"});
+    i64(V(0x8000000000000000ULL), {L"-9223372036854775808"});
+    i64(V(0), {L""});
+    i64(V(~0ULL), {L"0xFFFFFFFFFFFFFFFF"});
+    i64(O(), {L"9223372036854775808", L"-9223372036854775809", L"-0", L"-000"});
+    i64(F(kHexFormat), {L"-0X0"});
 }
 
-TEST(IntegerParse, UnsignedBoundsAndMinus)
+TEST(IntegerParse, Unsigned)
 {
-    EXPECT_EQ(4294967295UL, static_cast<unsigned long>(UIntegerU32::Parse(L"4294967295")));
-    EXPECT_EQ(kBounds, OverflowError<UIntegerU32>(L"4294967296"));
-    EXPECT_EQ(kBounds, OverflowError<UIntegerU32>(L"4294967300"));
-    EXPECT_EQ(kFormat, FormatError<UIntegerU32>(L"-1"));
-    EXPECT_EQ(kFormat, FormatError<UIntegerU64>(L"-0x1"));
-    EXPECT_EQ(18446744073709551615ULL, static_cast<unsigned __int64>(UIntegerU64::Parse(L"18446744073709551615")));
-    EXPECT_EQ(kBounds, OverflowError<UIntegerU64>(L"18446744073709551616"));
-    EXPECT_EQ(kBounds, OverflowError<UIntegerU64>(L"18446744073709551620"));
-}
-
-TEST(IntegerParse, SignedSixtyFourBitBounds)
-{
-    EXPECT_EQ(9223372036854775807LL, static_cast<__int64>(UIntegerI64::Parse(L"9223372036854775807")));
-    EXPECT_EQ(-9223372036854775807LL - 1, static_cast<__int64>(UIntegerI64::Parse(L"-9223372036854775808")));
-    EXPECT_EQ(kBounds, OverflowError<UIntegerI64>(L"9223372036854775808"));
-    EXPECT_EQ(kBounds, OverflowError<UIntegerI64>(L"-9223372036854775809"));
-}
-
-// Hexadecimal text is a bit pattern: the signed classes reinterpret it without a range check.
-TEST(IntegerParse, Hexadecimal)
-{
-    EXPECT_EQ(2147483647L, static_cast<long>(UIntegerI32::Parse(L"0x7fffffff")));
-    EXPECT_EQ(-1L, static_cast<long>(UIntegerI32::Parse(L"0XFFFFFFFF")));
-    EXPECT_EQ(-1L, static_cast<long>(UIntegerI32::Parse(L"+0xFFFFFFFF")));
-    EXPECT_EQ(0xABCDEFL, static_cast<long>(UIntegerI32::Parse(L"0xaBcDeF")));
-    EXPECT_EQ(0L, static_cast<long>(UIntegerI32::Parse(L"0x")));
-    EXPECT_EQ(0xFFFFFFFFUL, static_cast<unsigned long>(UIntegerU32::Parse(L"0x0000000FFFFFFFF")));
-    EXPECT_EQ(-1LL, static_cast<__int64>(UIntegerI64::Parse(L"0xFFFFFFFFFFFFFFFF")));
-    EXPECT_EQ(0x123456789ABCDEF0ULL, static_cast<unsigned __int64>(UIntegerU64::Parse(L"0x123456789abcdef0")));
-
-    EXPECT_EQ(kHexFormat, FormatError<UIntegerI32>(L"-0x1"));
-    EXPECT_EQ(kHexFormat, FormatError<UIntegerI64>(L"-0X0"));
-    EXPECT_EQ(kFormat, FormatError<UIntegerI32>(L"0x1g"));
-    EXPECT_EQ(kFormat, FormatError<UIntegerI32>(L"0x 1"));
-    EXPECT_EQ(kBounds, OverflowError<UIntegerI32>(L"0x100000000"));
-    EXPECT_EQ(kBounds, OverflowError<UIntegerU32>(L"0x100000000"));
-    EXPECT_EQ(kBounds, OverflowError<UIntegerU64>(L"0x10000000000000000"));
-}
-
-TEST(IntegerParse, NoWhiteSpaceAndOneSignOnly)
-{
-    EXPECT_EQ(kFormat, FormatError<UIntegerI32>(L" 1"));
-    EXPECT_EQ(kFormat, FormatError<UIntegerI32>(L"1 "));
-    EXPECT_EQ(kFormat, FormatError<UIntegerU64>(L"\t1"));
-    EXPECT_EQ(kFormat, FormatError<UIntegerI32>(L"+-1"));
-    EXPECT_EQ(kFormat, FormatError<UIntegerI32>(L"-+1"));
-    EXPECT_EQ(kFormat, FormatError<UIntegerI32>(L"++1"));
-    EXPECT_EQ(kFormat, FormatError<UIntegerI32>(L"1.5"));
-    EXPECT_EQ(kFormat, FormatError<UIntegerU32>(L"x1"));
-}
-
-TEST(IntegerParse, EmptyAndLonePlusGiveZero)
-{
-    EXPECT_EQ(0L, static_cast<long>(UIntegerI32::Parse(L"")));
-    EXPECT_EQ(0L, static_cast<long>(UIntegerI32::Parse(L"+")));
-    EXPECT_EQ(0UL, static_cast<unsigned long>(UIntegerU32::Parse(L"+")));
-    EXPECT_EQ(0LL, static_cast<__int64>(UIntegerI64::Parse(L"")));
-    EXPECT_EQ(0ULL, static_cast<unsigned __int64>(UIntegerU64::Parse(L"+0")));
+    const auto u32 = &Expect<UIntegerU32, unsigned long>;
+    u32(V(4294967295UL), {L"4294967295", L"0x0000000FFFFFFFF"});
+    u32(V(0), {L"+"});
+    u32(O(), {L"4294967296", L"4294967300", L"0x100000000"});
+    u32(F(kFormat), {L"-1", L"x1"});
+    const auto u64 = &Expect<UIntegerU64, unsigned __int64>;
+    u64(V(~0ULL), {L"18446744073709551615"});
+    u64(V(0), {L"+0"});
+    u64(V(0x123456789ABCDEF0ULL), {L"0x123456789abcdef0"});
+    u64(O(), {L"18446744073709551616", L"18446744073709551620", L"0x10000000000000000"});
+    u64(F(kFormat), {L"-0x1", L"\t1"});
 }

@@ -65,16 +65,6 @@ public:
     std::vector<size_t> m_writes;
 };
 
-Bytes Utf8(const std::wstring& text)
-{
-    int size =
-        WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
-    Bytes bytes(size);
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), reinterpret_cast<char*>(bytes.data()),
-                        size, nullptr, nullptr);
-    return bytes;
-}
-
 std::wstring AsText(const UString& s)
 {
     return std::wstring(s.GetBuffer(), s.GetLength());
@@ -129,7 +119,7 @@ TEST(StreamText, LongLines)
             if (c == L'\n' || c == 0)
                 c = L'x'; // a line feed would end the line early; strings end at U+0000
         std::wstring second(length, L'\x20AC');
-        MemoryStream stream(Utf8(first + L"\r\n" + second + L"\n\r"));
+        MemoryStream stream(WindowsEncode(first + L"\r\n" + second + L"\n\r"));
         UStreamReader reader(&stream);
         UString line;
         EXPECT_EQ(1, reader.ReadLine(line));
@@ -186,7 +176,7 @@ TEST(StreamText, WholeTextReadsAcrossBlocks)
 {
     std::mt19937 random(9);
     std::wstring text = RandomValidText(random, 1100000);
-    Bytes bytes = Utf8(text);
+    Bytes bytes = WindowsEncode(text);
     ASSERT_GT(bytes.size(), 2u * 0x80000);
 
     Ref<Text::UUTF8Encoding> utf8(Text::UUTF8Encoding::Create());
@@ -227,7 +217,7 @@ TEST(StreamText, ReadToEndFromAFile)
     OskalTests::TempFile file(L"reader");
     std::mt19937 random(13);
     std::wstring text = RandomValidText(random, 400000);
-    Bytes bytes = Utf8(text);
+    Bytes bytes = WindowsEncode(text);
     {
         UFileStream stream;
         stream.Open(file.Path(), eFileOpenMode_CreateAlways, eFileAccessMode_ReadWrite, eFileShareMode_None);
@@ -288,7 +278,7 @@ TEST(StreamText, WriterEncodesLongTextInPiecesWithoutBuffering)
     // Split so that surrogate pairs break across calls.
     writer.Write(text.data(), 7777);
     writer.Write(text.data() + 7777, static_cast<unsigned long>(text.size() - 7777));
-    EXPECT_EQ("", Mismatch(Utf8(text), stream.m_data));
+    EXPECT_EQ("", Mismatch(WindowsEncode(text), stream.m_data));
     for (size_t piece : stream.m_writes)
         EXPECT_LE(piece, 1000u);
 
@@ -320,23 +310,13 @@ TEST(StreamText, ClosedWriterOnlyThrows)
     EXPECT_EQ(ToBytes({0xEF, 0xBB, 0xBF, 0x61, 0x62}), stream.m_data);
     writer.Close();
     writer.Close();
-    auto message = [](auto f) {
-        try
-        {
-            f();
-        }
-        catch (const Exceptions::UInvalidOperationException& e)
-        {
-            return std::wstring(e.GetMessageText());
-        }
-        return std::wstring(L"(no exception)");
-    };
-    EXPECT_EQ(L"The stream writer is closed.", message([&] { writer.Write(L"x"); }));
-    EXPECT_EQ(L"The stream writer is closed.", message([&] { writer.Write(L"x", 1); }));
-    EXPECT_EQ(L"The stream writer is closed.", message([&] { writer.Write(5L); }));
-    EXPECT_EQ(L"The stream writer is closed.", message([&] { writer.WriteNewLine(); }));
-    EXPECT_EQ(L"The stream writer is closed.", message([&] { writer.WriteCharByCodePoint(0x41); }));
-    EXPECT_EQ(L"The stream writer is closed.", message([&] { writer.Flush(); }));
+    using Closed = Exceptions::UInvalidOperationException;
+    EXPECT_EQ(L"The stream writer is closed.", Thrown<Closed>([&] { writer.Write(L"x"); }));
+    EXPECT_EQ(L"The stream writer is closed.", Thrown<Closed>([&] { writer.Write(L"x", 1); }));
+    EXPECT_EQ(L"The stream writer is closed.", Thrown<Closed>([&] { writer.Write(5L); }));
+    EXPECT_EQ(L"The stream writer is closed.", Thrown<Closed>([&] { writer.WriteNewLine(); }));
+    EXPECT_EQ(L"The stream writer is closed.", Thrown<Closed>([&] { writer.WriteCharByCodePoint(0x41); }));
+    EXPECT_EQ(L"The stream writer is closed.", Thrown<Closed>([&] { writer.Flush(); }));
     EXPECT_EQ(ToBytes({0xEF, 0xBB, 0xBF, 0x61, 0x62}), stream.m_data);
 }
 

@@ -2,7 +2,10 @@
 // the byte-by-byte decoding loop that the fast paths must reproduce.
 #pragma once
 
+#include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UReferenceManagement.h>
+
+#include <windows.h>
 
 #include <random>
 #include <string>
@@ -27,6 +30,40 @@ private:
 };
 
 typedef std::vector<unsigned char> Bytes;
+
+// Windows' own UTF-8 encoding, the reference the library is held to.
+inline Bytes WindowsEncode(const std::wstring& text)
+{
+    const int length = static_cast<int>(text.size());
+    Bytes bytes(WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr));
+    WideCharToMultiByte(CP_UTF8, 0, text.data(), length, reinterpret_cast<char*>(bytes.data()),
+                        static_cast<int>(bytes.size()), nullptr, nullptr);
+    return bytes;
+}
+
+inline std::wstring Describe(const Oskal::Lib::Exceptions::UException& e)
+{
+    return e.GetMessageText();
+}
+
+inline std::wstring Describe(const Oskal::Lib::Exceptions::UArgumentException& e)
+{
+    return std::wstring(e.GetName()) + L"|" + e.GetMessageText();
+}
+
+// "name|message" of the argument exception (just the message of others) of type E that f throws.
+template <typename E = Oskal::Lib::Exceptions::UArgumentException, typename F> std::wstring Thrown(F f)
+{
+    try
+    {
+        f();
+    }
+    catch (const E& e)
+    {
+        return Describe(e);
+    }
+    return L"(no exception)";
+}
 
 inline Bytes ToBytes(std::initializer_list<int> values)
 {

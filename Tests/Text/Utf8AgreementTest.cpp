@@ -17,16 +17,6 @@ using namespace TextTests;
 namespace
 {
 
-Bytes WindowsEncode(const std::wstring& text)
-{
-    int size =
-        WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
-    Bytes bytes(size);
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), reinterpret_cast<char*>(bytes.data()),
-                        size, nullptr, nullptr);
-    return bytes;
-}
-
 std::wstring WindowsDecode(const Bytes& bytes)
 {
     int size = MultiByteToWideChar(CP_UTF8, 0, reinterpret_cast<const char*>(bytes.data()),
