@@ -206,13 +206,7 @@ void USHA1::ProcessMessageBlocks(const unsigned char* pbyBlocks, unsigned long u
 
 void USHA1::InitDigest()
 {
-    for (int i = 0; i < 5; ++i)
-    {
-        m_pbyDigest[4 * i] = static_cast<unsigned char>(m_aulState[i] >> 24);
-        m_pbyDigest[4 * i + 1] = static_cast<unsigned char>(m_aulState[i] >> 16);
-        m_pbyDigest[4 * i + 2] = static_cast<unsigned char>(m_aulState[i] >> 8);
-        m_pbyDigest[4 * i + 3] = static_cast<unsigned char>(m_aulState[i]);
-    }
+    StoreDigestWords(m_aulState, 5);
 }
 
 }}} // namespace Oskal::Lib::Cryptography

@@ -210,13 +210,7 @@ void USHA256::ProcessMessageBlocks(const unsigned char* pbyBlocks, unsigned long
 
 void USHA256::InitDigest()
 {
-    for (int i = 0; i < 8; ++i)
-    {
-        m_pbyDigest[4 * i] = static_cast<unsigned char>(m_aulState[i] >> 24);
-        m_pbyDigest[4 * i + 1] = static_cast<unsigned char>(m_aulState[i] >> 16);
-        m_pbyDigest[4 * i + 2] = static_cast<unsigned char>(m_aulState[i] >> 8);
-        m_pbyDigest[4 * i + 3] = static_cast<unsigned char>(m_aulState[i]);
-    }
+    StoreDigestWords(m_aulState, 8);
 }
 
 }}} // namespace Oskal::Lib::Cryptography

@@ -212,4 +212,15 @@ void USHABase::HashFinal()
     InitDigest();
 }
 
+void USHABase::StoreDigestWords(const unsigned long* pulWords, unsigned long ulCount)
+{
+    for (unsigned long i = 0; i < ulCount; ++i)
+    {
+        m_pbyDigest[4 * i] = static_cast<unsigned char>(pulWords[i] >> 24);
+        m_pbyDigest[4 * i + 1] = static_cast<unsigned char>(pulWords[i] >> 16);
+        m_pbyDigest[4 * i + 2] = static_cast<unsigned char>(pulWords[i] >> 8);
+        m_pbyDigest[4 * i + 3] = static_cast<unsigned char>(pulWords[i]);
+    }
+}
+
 }}} // namespace Oskal::Lib::Cryptography

@@ -37,6 +37,9 @@ protected:
     // it to keep the state in registers and to copy the blocks they have loaded anyway.
     virtual void ProcessMessageBlocks(const unsigned char* pbyBlocks, unsigned long ulBlocks, unsigned char* pbyCopy);
 
+    // Writes 32-bit chaining words into the digest buffer, most significant byte first.
+    void StoreDigestWords(const unsigned long* pulWords, unsigned long ulCount);
+
     unsigned char* m_pbyDigest;
 
 private:
