@@ -1,6 +1,6 @@
 #include <Oskal/Lib/Math/UIntegerI32.h>
 
-#include "IntegerParse.inl"
+#include "IntegerDetail.inl"
 
 namespace Oskal
 {

@@ -1,6 +1,6 @@
 #include <Oskal/Lib/Math/UIntegerI64.h>
 
-#include "IntegerParse.inl"
+#include "IntegerDetail.inl"
 
 namespace Oskal
 {
@@ -36,19 +36,7 @@ UIntegerI64 UIntegerI64::operator*(const UIntegerI64& other) const
         return UIntegerI64(0);
     const unsigned __int64 ua = a < 0 ? 0 - static_cast<unsigned __int64>(a) : static_cast<unsigned __int64>(a);
     const unsigned __int64 ub = b < 0 ? 0 - static_cast<unsigned __int64>(b) : static_cast<unsigned __int64>(b);
-
-    // Magnitudes in 32-bit halves: at most one cross product may exist and it must fit 32 bits.
-    const unsigned long aHigh = static_cast<unsigned long>(ua >> 32), aLow = static_cast<unsigned long>(ua);
-    const unsigned long bHigh = static_cast<unsigned long>(ub >> 32), bLow = static_cast<unsigned long>(ub);
-    if (aHigh != 0 && bHigh != 0)
-        throw UOverflowException();
-    unsigned __int64 cross = static_cast<unsigned __int64>(aHigh) * bLow + static_cast<unsigned __int64>(aLow) * bHigh;
-    if (cross > 0xFFFFFFFFull)
-        throw UOverflowException();
-    const unsigned __int64 low = static_cast<unsigned __int64>(aLow) * bLow;
-    const unsigned __int64 magnitude = low + (cross << 32);
-    if (magnitude < low)
-        throw UOverflowException();
+    const unsigned __int64 magnitude = Detail::CheckedProduct(ua, ub);
 
     if ((a < 0) == (b < 0))
     {

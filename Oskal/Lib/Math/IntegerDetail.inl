@@ -1,5 +1,6 @@
 // Shared by the four integer classes: the text scan of Parse, accumulated as an unsigned number
-// of the class's width. Included by their .cpp files only; not part of the public interface.
+// of the class's width, and the checked 64-bit product of magnitudes. Included by their .cpp
+// files only; not part of the public interface.
 #pragma once
 
 #include <cstddef>
@@ -101,6 +102,26 @@ template <typename S, typename U> S ToSigned(U value, const ParsedInteger& info)
     if (!(negated & topBit))
         throw Exceptions::UOverflowException(kOutOfBounds);
     return static_cast<S>(negated);
+}
+
+// The product of two unsigned 64-bit numbers, or UOverflowException when it needs more than 64
+// bits: in 32-bit halves at most one cross product may exist, it must fit 32 bits, and the final
+// carry must not overflow.
+inline unsigned __int64 CheckedProduct(unsigned __int64 a, unsigned __int64 b)
+{
+    const unsigned long aHigh = static_cast<unsigned long>(a >> 32), aLow = static_cast<unsigned long>(a);
+    const unsigned long bHigh = static_cast<unsigned long>(b >> 32), bLow = static_cast<unsigned long>(b);
+    if (aHigh != 0 && bHigh != 0)
+        throw Exceptions::UOverflowException();
+    const unsigned __int64 cross =
+        static_cast<unsigned __int64>(aHigh) * bLow + static_cast<unsigned __int64>(aLow) * bHigh;
+    if (cross > 0xFFFFFFFFull)
+        throw Exceptions::UOverflowException();
+    const unsigned __int64 low = static_cast<unsigned __int64>(aLow) * bLow;
+    const unsigned __int64 product = low + (cross << 32);
+    if (product < low)
+        throw Exceptions::UOverflowException();
+    return product;
 }
 
 } // namespace Detail
