@@ -7,6 +7,7 @@
 #include <Oskal/Lib/IO/UStreamReader.h>
 #include <Oskal/Lib/IO/UStreamWriter.h>
 #include <Oskal/Lib/Text/UASCIIEncoding.h>
+#include <Oskal/Lib/Text/UDecoderReplacementFallback.h>
 #include <Oskal/Lib/Text/UUTF8Encoding.h>
 #include <Oskal/Lib/UInvalidOperationException.h>
 
@@ -334,4 +335,60 @@ TEST(StreamText, OtherEncodingsAndFallbacks)
     stream.m_data.push_back('!');
     UStreamReader reader(&stream, ascii.Get());
     EXPECT_EQ(L"caf?!", AsText(reader.ReadToEnd()));
+}
+
+// One byte can release several units at once: bytes the decoder held turned into fallback text
+// (of any length) and the byte itself. Unit by unit, in pieces and by lines, the reader must give
+// exactly the whole decoding, with every line feed ending a line.
+TEST(StreamText, ByteAtATimeReadsGiveTheWholeDecoding)
+{
+    std::mt19937 random(11);
+    for (const wchar_t* replacement : {L"?", L"<?>"})
+    {
+        Ref<Text::UUTF8Encoding> utf8(Text::UUTF8Encoding::Create());
+        Ref<Text::UDecoderReplacementFallback> fallback(Text::UDecoderReplacementFallback::Create(replacement));
+        utf8->SetDecoderFallback(fallback.Get());
+        for (int round = 0; round < 20; ++round)
+        {
+            Bytes bytes = RandomByteSoup(random, 300);
+            bytes.insert(bytes.begin() + random() % bytes.size(), {0xF0, 0x61, 0x62, 0x63, 0xE2, 0x0A, 0x41, 0x0A});
+            const std::wstring whole = ModelDecode(bytes, replacement);
+
+            MemoryStream units(bytes);
+            UStreamReader byUnit(&units, utf8.Get());
+            std::wstring got;
+            for (long unit; (unit = byUnit.Read()) != -1;)
+                got += static_cast<wchar_t>(unit);
+            ASSERT_EQ(whole, got) << Mismatch(whole, got);
+
+            MemoryStream pieces(bytes);
+            UStreamReader byPiece(&pieces, utf8.Get());
+            got.clear();
+            wchar_t buffer[7];
+            while (unsigned long n = byPiece.Read(buffer, 1 + random() % 7))
+                got.append(buffer, n);
+            ASSERT_EQ(whole, got) << Mismatch(whole, got);
+
+            MemoryStream lines(bytes);
+            UStreamReader byLine(&lines, utf8.Get());
+            got.clear();
+            UString line;
+            while (byLine.ReadLine(line))
+                got += AsText(line) + L"\n";
+            // The lines of the whole text: a carriage return before a line feed goes, and a line is
+            // appended up to a 0 unit, as UString::Append does (overlong forms can decode to 0).
+            std::wstring expected;
+            for (size_t start = 0; start < whole.size();)
+            {
+                size_t end = whole.find(L'\n', start);
+                const bool ended = end != std::wstring::npos;
+                std::wstring text = whole.substr(start, (ended ? end : whole.size()) - start);
+                if (ended && !text.empty() && text.back() == L'\r')
+                    text.pop_back();
+                expected += text.substr(0, text.find(L'\0')) + L"\n";
+                start = ended ? end + 1 : whole.size();
+            }
+            ASSERT_EQ(expected, got) << Mismatch(expected, got);
+        }
+    }
 }

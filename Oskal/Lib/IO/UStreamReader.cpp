@@ -20,6 +20,8 @@ namespace
 const unsigned long kWholeTextBlock = 0x80000;
 const unsigned long kStringBlock = 0x20000;
 const unsigned long kLineBuffer = 512;
+// The most bytes a decoder keeps back while a sequence is incomplete.
+const unsigned long kMaxHeldBytes = 3;
 
 // A builder that decodes straight into its spare room. It grows geometrically, so a large text
 // is not copied once per block as the builder's fixed grow step would do.
@@ -85,16 +87,16 @@ unsigned long ReadBlock(UStream* pStream, unsigned char* pbyBlock, unsigned long
 } // namespace
 
 UStreamReader::UStreamReader(UStream* pStream)
-    : m_bClosed(0), m_pStream(pStream), m_pEncoding(Text::UUTF8Encoding::Create()), m_pDecoder(nullptr), m_bPending(0)
+    : m_bClosed(0), m_pStream(pStream), m_pEncoding(Text::UUTF8Encoding::Create()), m_pDecoder(nullptr),
+      m_pwcHeld(nullptr), m_ulHeldCapacity(0), m_ulHeldCount(0), m_ulHeldNext(0)
 {
-    m_awcOutput[0] = m_awcOutput[1] = 0;
     m_pDecoder = m_pEncoding->CreateDecoder();
 }
 
 UStreamReader::UStreamReader(UStream* pStream, Text::UEncoding* pEncoding)
-    : m_bClosed(0), m_pStream(pStream), m_pEncoding(pEncoding), m_pDecoder(nullptr), m_bPending(0)
+    : m_bClosed(0), m_pStream(pStream), m_pEncoding(pEncoding), m_pDecoder(nullptr), m_pwcHeld(nullptr),
+      m_ulHeldCapacity(0), m_ulHeldCount(0), m_ulHeldNext(0)
 {
-    m_awcOutput[0] = m_awcOutput[1] = 0;
     m_pEncoding->AddRef();
     m_pDecoder = m_pEncoding->CreateDecoder();
 }
@@ -102,6 +104,7 @@ UStreamReader::UStreamReader(UStream* pStream, Text::UEncoding* pEncoding)
 UStreamReader::~UStreamReader()
 {
     m_bClosed = 1;
+    Free(m_pwcHeld);
     m_pDecoder->Release();
     m_pEncoding->Release();
 }
@@ -123,70 +126,71 @@ void UStreamReader::Close()
 
 int UStreamReader::IsEndOfStream()
 {
-    if (m_bPending)
+    if (m_ulHeldNext < m_ulHeldCount)
         return 0;
     return m_pStream->IsDataAvailable() > 0 ? 0 : 1;
 }
 
-unsigned long UStreamReader::DecodeNextByte(int* pbEnd)
+bool UStreamReader::DecodeNextByte()
 {
-    long value = m_pStream->ReadByte();
-    unsigned char byte = static_cast<unsigned char>(value);
-    *pbEnd = value < 0;
-    unsigned long bytesUsed = 0, charsUsed = 0;
-    int completed = 0;
-    m_pDecoder->Convert(&byte, value < 0 ? 0 : 1, m_awcOutput, 2, value < 0, &bytesUsed, &charsUsed, &completed);
-    return charsUsed;
+    const long value = m_pStream->ReadByte();
+    const bool end = value < 0;
+    const unsigned char byte = static_cast<unsigned char>(value);
+    // Room for all that one byte can release: the bytes the decoder still holds, each turned
+    // into fallback text, and the byte itself.
+    const unsigned long room = m_pEncoding->GetMaxCharCount(kMaxHeldBytes + 1) + 2;
+    if (m_ulHeldCapacity < room)
+    {
+        wchar_t* grown = static_cast<wchar_t*>(Alloc(room * sizeof(wchar_t)));
+        Free(m_pwcHeld);
+        m_pwcHeld = grown;
+        m_ulHeldCapacity = room;
+    }
+    m_ulHeldCount = 0;
+    m_ulHeldNext = 0;
+    unsigned long consumed = 0;
+    const unsigned long input = end ? 0 : 1;
+    do
+    {
+        unsigned long bytesUsed = 0, charsUsed = 0;
+        int completed = 0;
+        m_pDecoder->Convert(&byte + consumed, input - consumed, m_pwcHeld + m_ulHeldCount,
+                            m_ulHeldCapacity - m_ulHeldCount, end, &bytesUsed, &charsUsed, &completed);
+        consumed += bytesUsed;
+        m_ulHeldCount += charsUsed;
+        if (bytesUsed == 0 && charsUsed == 0)
+            break;
+    } while (consumed < input);
+    return !end;
+}
+
+long UStreamReader::NextUnit(int* pbReadByte)
+{
+    while (m_ulHeldNext == m_ulHeldCount)
+    {
+        const bool readByte = DecodeNextByte();
+        if (readByte && pbReadByte != nullptr)
+            *pbReadByte = 1;
+        if (!readByte && m_ulHeldCount == 0)
+            return -1;
+    }
+    return m_pwcHeld[m_ulHeldNext++];
 }
 
 long UStreamReader::Read()
 {
-    if (m_bPending)
-    {
-        m_bPending = 0;
-        return m_awcOutput[1];
-    }
-    for (;;)
-    {
-        int end = 0;
-        unsigned long units = DecodeNextByte(&end);
-        if (units == 2)
-            m_bPending = 1;
-        if (units != 0)
-            return m_awcOutput[0];
-        if (end)
-            return -1;
-    }
+    return NextUnit(nullptr);
 }
 
 unsigned long UStreamReader::Read(wchar_t* pwcBuffer, unsigned long ulCount)
 {
     unsigned long stored = 0;
-    if (ulCount == 0)
-        return 0;
-    if (m_bPending)
-    {
-        pwcBuffer[stored++] = m_awcOutput[1];
-        m_bPending = 0;
-    }
     while (stored < ulCount)
     {
-        int end = 0;
-        unsigned long units = DecodeNextByte(&end);
-        if (units == 0)
-        {
-            if (end)
-                break;
-            continue;
-        }
-        pwcBuffer[stored++] = m_awcOutput[0];
-        if (units == 2)
-        {
-            if (stored < ulCount)
-                pwcBuffer[stored++] = m_awcOutput[1];
-            else
-                m_bPending = 1;
-        }
+        const long unit = NextUnit(nullptr);
+        if (unit < 0)
+            break;
+        pwcBuffer[stored++] = static_cast<wchar_t>(unit);
     }
     return stored;
 }
@@ -197,37 +201,28 @@ int UStreamReader::ReadLine(UString& line)
     wchar_t buffer[kLineBuffer];
     unsigned long count = 0;
     int readSomething = 0;
-    if (m_bPending)
-    {
-        buffer[count++] = m_awcOutput[1];
-        m_bPending = 0;
-    }
     for (;;)
     {
-        int end = 0;
-        unsigned long units = DecodeNextByte(&end);
-        if (!end)
-            readSomething = 1;
-        for (unsigned long i = 0; i < units; ++i)
+        const long unit = NextUnit(&readSomething);
+        if (unit < 0)
+            break;
+        if (count == kLineBuffer)
         {
-            if (count == kLineBuffer)
-            {
-                // Keep the last unit back: it may be the carriage return of a line end.
-                line.Append(buffer, kLineBuffer - 1);
-                buffer[0] = buffer[kLineBuffer - 1];
-                count = 1;
-            }
-            buffer[count++] = m_awcOutput[i];
+            // Keep the last unit back: it may be the carriage return of a line end.
+            line.Append(buffer, kLineBuffer - 1);
+            buffer[0] = buffer[kLineBuffer - 1];
+            count = 1;
         }
-        if (units != 0 && buffer[count - 1] == L'\n')
+        buffer[count++] = static_cast<wchar_t>(unit);
+        if (unit == L'\n')
         {
+            // A whole line counts as read even when one earlier byte released it entirely.
+            readSomething = 1;
             --count;
             if (count != 0 && buffer[count - 1] == L'\r')
                 --count;
             break;
         }
-        if (units == 0 && end)
-            break;
     }
     line.Append(buffer, count);
     return readSomething;
@@ -236,11 +231,8 @@ int UStreamReader::ReadLine(UString& line)
 UString UStreamReader::ReadBlocks(unsigned long ulByteLimit, unsigned long ulBlockSize, bool bLimited)
 {
     DecodeTarget text;
-    if (m_bPending)
-    {
-        text.Append(m_awcOutput[1]);
-        m_bPending = 0;
-    }
+    while (m_ulHeldNext < m_ulHeldCount)
+        text.Append(m_pwcHeld[m_ulHeldNext++]);
 
     // A seekable stream tells how much is left: size the text once instead of growing it.
     if (m_pStream->CanSeek())

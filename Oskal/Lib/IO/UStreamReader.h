@@ -47,17 +47,24 @@ public:
     virtual UString ReadString(unsigned long ulByteCount);
 
 private:
-    // Decodes one more byte from the stream into the output cell; returns the units produced
-    // and sets *pbEnd when the stream had no byte left.
-    unsigned long DecodeNextByte(int* pbEnd);
+    // The next decoded unit, decoding one byte at a time as needed, or -1 at the end of the
+    // stream; sets *pbReadByte when a byte came from the stream.
+    long NextUnit(int* pbReadByte);
+    // Decodes one more byte (or flushes the decoder at the end of the stream) into the held
+    // units; returns false when the stream had no byte left.
+    bool DecodeNextByte();
     UString ReadBlocks(unsigned long ulByteLimit, unsigned long ulBlockSize, bool bLimited);
 
     int m_bClosed;
     UStream* m_pStream;
     Text::UEncoding* m_pEncoding;
     Text::UDecoder* m_pDecoder;
-    wchar_t m_awcOutput[2];
-    int m_bPending;
+    // Units decoded but not yet handed out: usually the second half of a surrogate pair, but one
+    // byte can release more (bytes the decoder held turned into fallback text, and the byte).
+    wchar_t* m_pwcHeld;
+    unsigned long m_ulHeldCapacity;
+    unsigned long m_ulHeldCount;
+    unsigned long m_ulHeldNext;
 };
 
 } // namespace IO
