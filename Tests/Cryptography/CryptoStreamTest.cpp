@@ -10,6 +10,7 @@
 
 #include "CryptoTestSupport.h"
 
+#include <cstring>
 #include <memory>
 
 using namespace Oskal::Lib::Cryptography;
@@ -289,6 +290,45 @@ TEST(CryptoStream, WorksInBufferSizedPieces)
     ASSERT_FALSE(source.m_readRequests.empty());
     EXPECT_EQ(251904, source.m_readRequests[0]);
     EXPECT_EQ(0x33, reader.ReadByte());
+}
+
+// A pass-through transform with one large block, to see a read-mode stream whose block fills a
+// whole buffer still make progress (one block is always kept back for the final transform).
+class LargeBlockIdentity : public ICryptoTransform
+{
+public:
+    explicit LargeBlockIdentity(unsigned long ulBlock) : m_ulBlock(ulBlock) {}
+    void Release() override { delete this; }
+    int CanReuseTransform() const override { return 1; }
+    int CanTransformMultipleBlocks() const override { return 1; }
+    unsigned long GetInputBlockSize() const override { return m_ulBlock; }
+    unsigned long GetOutputBlockSize() const override { return m_ulBlock; }
+    unsigned long GetTransformedSize(unsigned long n) const override { return n; }
+    unsigned long TransformBlock(const unsigned char* in, unsigned long n, unsigned char* out) override
+    {
+        std::memmove(out, in, n);
+        return n;
+    }
+    UVector<unsigned char> TransformFinalBlock(const unsigned char* in, unsigned long n) override
+    {
+        return UVector<unsigned char>(in, n);
+    }
+
+private:
+    unsigned long m_ulBlock;
+};
+
+TEST(CryptoStream, BlocksAsLargeAsTheBufferStillGetRead)
+{
+    std::mt19937 rng(8);
+    for (unsigned long block : {kBufferSize - 1, kBufferSize, kBufferSize + 1})
+    {
+        const Bytes data = RandomBytes(rng, 2 * block + 100);
+        MemoryStream source(data);
+        LargeBlockIdentity identity(block);
+        UCryptoStream reader(&source, &identity, eCryptoStreamMode_Read);
+        EXPECT_TRUE(ReadInPieces(reader, rng, 300000) == data) << "block " << block;
+    }
 }
 
 TEST(CryptoStream, TransformsThatTakeOneBlockGetOneBlockPerCall)

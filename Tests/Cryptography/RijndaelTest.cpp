@@ -231,8 +231,21 @@ TEST(Rijndael, TransformsKeepTheSettingsTheyWereMadeWith)
     aes->SetKey(otherKey.data(), 16);
     aes->SetCipherMode(eCipherMode_ECB);
     EXPECT_EQ(expected, Final(*t, plain));
-    // Reusable: the chain starts again from the initialization vector.
+    // Reusable: the chain starts again from the initialization vector, also after a message
+    // whose final piece was empty (as a crypto stream ends a whole-block message) and after a
+    // refused final length.
     EXPECT_EQ(expected, Final(*t, plain));
+    Bytes out(32);
+    t->TransformBlock(plain.data(), 32, out.data());
+    EXPECT_EQ(0u, t->TransformFinalBlock(nullptr, 0).GetLength());
+    EXPECT_EQ(expected, Final(*t, plain));
+
+    aes->SetKey(key.data(), 16);
+    aes->SetCipherMode(eCipherMode_CBC);
+    TransformPtr dec(aes->CreateDecryptor());
+    dec->TransformBlock(expected.data(), 16, out.data());
+    EXPECT_THROW(dec->TransformFinalBlock(expected.data(), 5), UCryptoException);
+    EXPECT_EQ(plain, Final(*dec, expected));
 }
 
 TEST(Rijndael, PaddingModes)

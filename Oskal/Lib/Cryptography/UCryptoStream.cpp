@@ -48,9 +48,9 @@ UCryptoStream::UCryptoStream(IO::UStream* pStream, ICryptoTransform* pTransform,
     if (eMode == eCryptoStreamMode_Read)
     {
         m_ulInputBufferSize = kBufferSize;
-        // A block larger than the buffer gets room for two, or a full buffer that holds exactly the
+        // A block as large as the buffer gets room for two, or a full buffer that holds exactly the
         // kept last block could never make progress.
-        if (m_ulInputBlockSize > m_ulInputBufferSize)
+        if (m_ulInputBlockSize >= m_ulInputBufferSize)
             m_ulInputBufferSize = 2 * m_ulInputBlockSize;
         m_ulOutputBufferSize = m_ulInputBufferSize / m_ulInputBlockSize * m_ulOutputBlockSize;
     }

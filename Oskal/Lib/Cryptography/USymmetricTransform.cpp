@@ -207,7 +207,11 @@ UVector<unsigned char> USymmetricTransform::TransformFinalBlock(const unsigned c
         const unsigned long whole = ulCount / block * block;
         const unsigned long outLength = whole + ((ulCount != whole || padded) ? block : 0);
         if (outLength == 0)
+        {
+            // The message ends here too: the next one starts from the initialization vector.
+            std::memcpy(m_pbyChain, m_pbyIV, block);
             return UVector<unsigned char>();
+        }
         CheckPaddingMode();
         UVector<unsigned char> output(outLength);
         const unsigned long direct = outLength - block;
@@ -245,7 +249,11 @@ UVector<unsigned char> USymmetricTransform::TransformFinalBlock(const unsigned c
     }
 
     if (ulCount % block != 0)
+    {
+        // The message is over either way; the next one starts from the initialization vector.
+        std::memcpy(m_pbyChain, m_pbyIV, block);
         throw UCryptoException(L"Length of the data to decrypt is invalid.");
+    }
     if (ulCount == 0)
     {
         std::memcpy(m_pbyChain, m_pbyIV, block);
