@@ -268,6 +268,17 @@ TEST(UBimFileRead, HeaderCallbackCanStopBeforeThePayload)
     ASSERT_EQ(L"", LoadBytes(file, bytes, stop));
     EXPECT_EQ(L"only", ShortText(file.GetHeader(), 0));
     EXPECT_EQ(0u, file.GetPayload().GetContainerCount());
+
+    // A file without a payload-length record loads into the same object as into a new one:
+    // nothing of the earlier load stays.
+    Bytes bare = B("BIMF");
+    Put16(bare, 0xFFFF);
+    Put16(bare, 0);
+    const Bytes checksum = Sha1(bare);
+    bare.insert(bare.end(), checksum.begin(), checksum.end());
+    ASSERT_EQ(L"", LoadBytes(file, bare));
+    EXPECT_EQ(0u, file.GetHeader().GetPayloadLength());
+    EXPECT_EQ(0u, file.GetPayload().GetContainerCount());
 }
 
 TEST(UBimFileRead, EveryFormatFailureHasItsMessage)

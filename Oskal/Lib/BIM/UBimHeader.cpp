@@ -190,6 +190,8 @@ void UBimHeader::Read(IO::UStream& stream)
 {
     ReadBIMF(stream);
     Clear();
+    // A header without a payload-length record has no payload; nothing of an earlier load stays.
+    m_uiPayloadLength = 0;
     // The record is 64 KiB: kept off the stack.
     std::unique_ptr<BIM_HEADER_TLV> tlv(new BIM_HEADER_TLV());
     ReadTLV(stream, *tlv);

@@ -25,11 +25,12 @@ void WriteWord(unsigned char* pby, unsigned int uiValue)
     pby[3] = static_cast<unsigned char>(uiValue >> 24);
 }
 
-// The magic's presence is the block's only sign of life; it is read before anything else.
+// The magic's presence is the block's only sign of life; it is read before anything else. No
+// block fits where it would run past the end of the address space.
 int HasMagic(unsigned int uiAddress, UMemoryImage& image)
 {
     if (static_cast<unsigned long long>(uiAddress) + UIntegrityCheckRegionBlock::Size > 0x100000000ULL)
-        throw UArgumentException(L"uiAddress", L"The block runs past the end of the 32-bit address space.");
+        return 0;
     unsigned char magic[4];
     image.GetData(uiAddress, magic, sizeof(magic));
     return ReadWord(magic) == UIntegrityCheckRegionBlock::Magic ? 1 : 0;

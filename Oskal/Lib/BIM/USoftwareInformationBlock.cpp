@@ -1,9 +1,6 @@
 #include <Oskal/Lib/BIM/USoftwareInformationBlock.h>
 
 #include <Oskal/Lib/BIM/UMemoryImage.h>
-#include <Oskal/Lib/UArgumentException.h>
-
-using Oskal::Lib::Exceptions::UArgumentException;
 
 namespace Oskal { namespace Lib { namespace BIM {
 
@@ -27,8 +24,9 @@ USoftwareInformationBlock::~USoftwareInformationBlock() {}
 
 USoftwareInformationBlock* USoftwareInformationBlock::FromMemoryImage(unsigned int uiAddress, UMemoryImage& image)
 {
+    // No block fits where it would run past the end of the address space.
     if (static_cast<unsigned long long>(uiAddress) + Size > 0x100000000ULL)
-        throw UArgumentException(L"uiAddress", L"The block runs past the end of the 32-bit address space.");
+        return nullptr;
     unsigned char magic[4];
     image.GetData(uiAddress, magic, sizeof(magic));
     if (ReadWord(magic) != Magic)
