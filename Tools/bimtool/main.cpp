@@ -12,6 +12,8 @@
 #include <fcntl.h>
 #include <io.h>
 
+#include <cstring>
+#include <exception>
 #include <new>
 #include <string>
 
@@ -84,5 +86,10 @@ int wmain(int argc, wchar_t** argv)
     catch (const std::bad_alloc&)
     {
         return Fail(L"Out of memory.");
+    }
+    catch (const std::exception& e)
+    {
+        const char* what = e.what();
+        return Fail(std::wstring(what, what + std::strlen(what)));
     }
 }
