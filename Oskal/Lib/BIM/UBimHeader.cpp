@@ -177,6 +177,8 @@ void UBimHeader::Append(UBimHeaderParameterBase* pParameter)
 {
     try
     {
+        // Growing by the list's own length keeps many records linear to load.
+        m_parameters.SetGrowCount(m_parameters.GetLength() > 16 ? m_parameters.GetLength() : 16);
         m_parameters.Add(pParameter);
     }
     catch (...)

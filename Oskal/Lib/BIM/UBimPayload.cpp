@@ -281,9 +281,15 @@ unsigned long UBimPayload::GetContainerCount() const
     return m_containers.GetLength();
 }
 
+void UBimPayload::Append(UBimPayloadContainerBase* pContainer)
+{
+    m_containers.SetGrowCount(m_containers.GetLength() > 16 ? m_containers.GetLength() : 16);
+    m_containers.Add(pContainer);
+}
+
 void UBimPayload::AddContainer(UBimPayloadContainerBase& container)
 {
-    m_containers.Add(&container);
+    Append(&container);
     container.AddRef();
 }
 
@@ -306,7 +312,7 @@ void UBimPayload::Read(IO::UStream& stream, unsigned int uiLength, UBimReadFileC
         UBimPayloadContainerBase* container = ReadContainer(stream, callback, &fileSize);
         try
         {
-            m_containers.Add(container);
+            Append(container);
         }
         catch (...)
         {

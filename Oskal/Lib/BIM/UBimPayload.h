@@ -46,6 +46,8 @@ private:
     // A new, empty container of the same type that takes over the encryption type and the
     // algorithm of one whose parsed contents are dropped.
     static UBimPayloadContainerBase* TakeEmptyOf(UBimPayloadContainerBase& parsed);
+    // Appends to the list, growing it by its own length so that many containers stay linear.
+    void Append(UBimPayloadContainerBase* pContainer);
 
     Collections::UVector<UBimPayloadContainerBase*> m_containers;
 };
