@@ -71,8 +71,10 @@ UBimPayloadContainerFirmware::~UBimPayloadContainerFirmware()
 
 unsigned int UBimPayloadContainerFirmware::GetUnencryptedInnerContainerSize() const
 {
+    // Through the const view: handing out mutable regions would cost the image its index.
+    const UMemoryImage& image = *m_pImage;
     unsigned int size = 0;
-    for (unsigned long i = 0; const UMemoryRegion* region = m_pImage->GetMemoryRegion(i); ++i)
+    for (unsigned long i = 0; const UMemoryRegion* region = image.GetMemoryRegion(i); ++i)
         size += 8 + ((region->GetLength() + 3) & ~3u);
     return size;
 }
@@ -116,8 +118,12 @@ void UBimPayloadContainerFirmware::ReadInnerContainer(IO::UStream& stream, unsig
 
 void UBimPayloadContainerFirmware::WriteInnerContainer(IO::UStream& stream) const
 {
-    for (unsigned long i = 0; UMemoryRegion* region = m_pImage->GetMemoryRegion(i); ++i)
+    // Regions are taken through the const view, so the image keeps its index; writing only makes
+    // a region's bytes, it never moves or resizes one.
+    const UMemoryImage& image = *m_pImage;
+    for (unsigned long i = 0; const UMemoryRegion* constRegion = image.GetMemoryRegion(i); ++i)
     {
+        UMemoryRegion* region = const_cast<UMemoryRegion*>(constRegion);
         unsigned char head[8];
         const unsigned int length = region->GetLength();
         PutU32(head, region->GetAddress());

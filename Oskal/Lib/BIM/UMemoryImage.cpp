@@ -3,8 +3,13 @@
 #include <Oskal/Lib/Memory.h>
 #include <Oskal/Lib/UArgumentException.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
+#include <map>
+#include <new>
+#include <vector>
 
 using Oskal::Lib::Exceptions::UArgumentException;
 
@@ -32,12 +37,41 @@ private:
     void* m_pv;
 };
 
+unsigned long long EndOf(const UMemoryRegion& region)
+{
+    return static_cast<unsigned long long>(region.GetAddress()) + region.GetLength();
+}
+
+// Closed ranges: touching ends count, as Reserve joins them.
+int Touches(const UMemoryRegion& region, unsigned int uiAddress, unsigned int uiLength)
+{
+    return region.Precedes(uiAddress, uiLength) || region.Succeeds(uiAddress, uiLength) ||
+           region.Intersects(uiAddress, uiLength);
+}
+
+enum
+{
+    IndexUnknown, // not built; build on next use
+    IndexValid,   // holds every region, and no two regions touch
+    IndexBroken   // two regions touch or overlap: only the list walks give the right answer
+};
+
 } // namespace
 
-UMemoryImage::UMemoryImage() : m_pFirst(nullptr), m_pLast(nullptr), m_ulCount(0), m_byFill(0xFF) {}
+struct UMemoryImage::Index
+{
+    std::map<unsigned int, Node*> byStart;
+};
+
+UMemoryImage::UMemoryImage()
+    : m_pFirst(nullptr), m_pLast(nullptr), m_ulCount(0), m_byFill(0xFF), m_pIndex(nullptr),
+      m_iIndexState(IndexUnknown), m_bSorted(0), m_ulExposed(0), m_pCursor(nullptr), m_ulCursor(0)
+{
+}
 
 UMemoryImage::UMemoryImage(const UMemoryImage& other)
-    : m_pFirst(nullptr), m_pLast(nullptr), m_ulCount(0), m_byFill(other.m_byFill)
+    : m_pFirst(nullptr), m_pLast(nullptr), m_ulCount(0), m_byFill(other.m_byFill), m_pIndex(nullptr),
+      m_iIndexState(IndexUnknown), m_bSorted(0), m_ulExposed(0), m_pCursor(nullptr), m_ulCursor(0)
 {
     try
     {
@@ -53,6 +87,7 @@ UMemoryImage::UMemoryImage(const UMemoryImage& other)
 UMemoryImage::~UMemoryImage()
 {
     RemoveAll();
+    delete m_pIndex;
 }
 
 UMemoryImage& UMemoryImage::operator=(const UMemoryImage& other)
@@ -61,23 +96,27 @@ UMemoryImage& UMemoryImage::operator=(const UMemoryImage& other)
         return *this;
     // Built aside first, so a failed copy leaves this image as it was.
     UMemoryImage copy(other);
-    Node* first = m_pFirst;
-    Node* last = m_pLast;
-    const unsigned long count = m_ulCount;
-    m_pFirst = copy.m_pFirst;
-    m_pLast = copy.m_pLast;
-    m_ulCount = copy.m_ulCount;
-    m_byFill = copy.m_byFill;
-    copy.m_pFirst = first;
-    copy.m_pLast = last;
-    copy.m_ulCount = count;
+    Swap(copy);
     return *this;
+}
+
+void UMemoryImage::Swap(UMemoryImage& other)
+{
+    std::swap(m_pFirst, other.m_pFirst);
+    std::swap(m_pLast, other.m_pLast);
+    std::swap(m_ulCount, other.m_ulCount);
+    std::swap(m_byFill, other.m_byFill);
+    std::swap(m_pIndex, other.m_pIndex);
+    std::swap(m_iIndexState, other.m_iIndexState);
+    std::swap(m_bSorted, other.m_bSorted);
+    std::swap(m_ulExposed, other.m_ulExposed);
+    m_pCursor = other.m_pCursor = nullptr;
 }
 
 void UMemoryImage::CopyFrom(const UMemoryImage& other)
 {
     for (const Node* node = other.m_pFirst; node != nullptr; node = node->pNext)
-        Append(new Node{node->region, nullptr, nullptr});
+        Append(new Node{node->region, nullptr, nullptr, 0});
 }
 
 void UMemoryImage::Append(Node* pNode)
@@ -103,6 +142,9 @@ void UMemoryImage::Remove(Node* pNode)
     else
         m_pLast = pNode->pPrevious;
     --m_ulCount;
+    if (pNode->bExposed)
+        --m_ulExposed;
+    m_pCursor = nullptr;
     delete pNode;
 }
 
@@ -115,19 +157,182 @@ void UMemoryImage::RemoveAll()
 void UMemoryImage::Reserve(unsigned int uiAddress, unsigned int uiLength)
 {
     CheckRange(uiAddress, uiLength);
+    if (!UseIndex())
+    {
+        ReserveInList(uiAddress, uiLength);
+        return;
+    }
+    try
+    {
+        ReserveIndexed(uiAddress, uiLength);
+    }
+    catch (...)
+    {
+        // A merge that fails may leave touching regions behind; the index is rebuilt and checked.
+        DropIndex();
+        throw;
+    }
+}
+
+// The first region in list order that touches the range takes it; the list is then sorted and
+// joined where regions touch.
+void UMemoryImage::ReserveInList(unsigned int uiAddress, unsigned int uiLength)
+{
+    if (m_iIndexState == IndexValid)
+        DropIndex();
     Node* found = m_pFirst;
-    while (found != nullptr && !found->region.Precedes(uiAddress, uiLength) &&
-           !found->region.Succeeds(uiAddress, uiLength) && !found->region.Intersects(uiAddress, uiLength))
+    while (found != nullptr && !Touches(found->region, uiAddress, uiLength))
         found = found->pNext;
 
     if (found == nullptr)
     {
-        Append(new Node{UMemoryRegion(uiAddress, uiLength), nullptr, nullptr});
+        Append(new Node{UMemoryRegion(uiAddress, uiLength), nullptr, nullptr, 0});
         return;
     }
     found->region.Merge(UMemoryRegion(uiAddress, uiLength));
     SortRegions();
     MergeRegions();
+    // Sorted and joined now: worth building the index again.
+    m_iIndexState = IndexUnknown;
+}
+
+// The same steps as ReserveInList, found through the index. No two regions touch, so the regions
+// that touch the range are neighbours by start address and the one below them does not reach it.
+void UMemoryImage::ReserveIndexed(unsigned int uiAddress, unsigned int uiLength)
+{
+    std::map<unsigned int, Node*>& byStart = m_pIndex->byStart;
+    const unsigned long long end = static_cast<unsigned long long>(uiAddress) + uiLength;
+    const auto above = end > 0xFFFFFFFFULL ? byStart.end() : byStart.upper_bound(static_cast<unsigned int>(end));
+    auto lowest = above;
+    while (lowest != byStart.begin())
+    {
+        const auto below = std::prev(lowest);
+        if (EndOf(below->second->region) < uiAddress)
+            break;
+        lowest = below;
+    }
+
+    if (lowest == above)
+    {
+        Node* node = new Node{UMemoryRegion(uiAddress, uiLength), nullptr, nullptr, 0};
+        const int sorted = m_bSorted && (m_pLast == nullptr || m_pLast->region.GetAddress() < uiAddress);
+        try
+        {
+            // Nothing starts between the address and the range's end: the hint is the place.
+            byStart.emplace_hint(above, uiAddress, node);
+        }
+        catch (const std::bad_alloc&)
+        {
+            DropIndex();
+        }
+        Append(node);
+        m_bSorted = sorted;
+        return;
+    }
+
+    if (!m_bSorted)
+    {
+        // The first region in list order need not be the lowest; the list walk finds it and sorts.
+        ReserveInList(uiAddress, uiLength);
+        return;
+    }
+
+    // In a sorted list the lowest touching region is the first one found. Its regions below end
+    // before the range begins, so it keeps its place and sorting changes nothing; joining then
+    // only takes the regions that follow it while they touch.
+    Node* found = lowest->second;
+    const unsigned int oldStart = found->region.GetAddress();
+    found->region.Merge(UMemoryRegion(uiAddress, uiLength));
+    if (found->region.GetAddress() != oldStart)
+    {
+        auto entry = byStart.extract(lowest);
+        entry.key() = found->region.GetAddress();
+        byStart.insert(std::move(entry));
+    }
+    for (Node* current = found->pNext;
+         current != nullptr && (found->region.Precedes(current->region) || found->region.Intersects(current->region));
+         current = found->pNext)
+    {
+        found->region.Merge(current->region);
+        byStart.erase(current->region.GetAddress());
+        Remove(current);
+    }
+}
+
+int UMemoryImage::UseIndex()
+{
+    if (m_ulExposed != 0 || m_iIndexState == IndexBroken)
+        return 0;
+    if (m_iIndexState == IndexValid)
+        return 1;
+    return BuildIndex();
+}
+
+int UMemoryImage::BuildIndex()
+{
+    try
+    {
+        if (m_pIndex == nullptr)
+            m_pIndex = new Index();
+        m_pIndex->byStart.clear();
+        std::vector<Node*> nodes;
+        nodes.reserve(m_ulCount);
+        int sorted = 1;
+        for (Node* node = m_pFirst; node != nullptr; node = node->pNext)
+        {
+            if (!nodes.empty() && !(nodes.back()->region < node->region))
+                sorted = 0;
+            nodes.push_back(node);
+        }
+        if (!sorted)
+            std::sort(nodes.begin(), nodes.end(), [](const Node* a, const Node* b) { return a->region < b->region; });
+        for (size_t i = 1; i < nodes.size(); ++i)
+        {
+            if (nodes[i]->region.GetAddress() <= EndOf(nodes[i - 1]->region))
+            {
+                m_iIndexState = IndexBroken;
+                return 0;
+            }
+        }
+        for (Node* node : nodes)
+            m_pIndex->byStart.emplace_hint(m_pIndex->byStart.end(), node->region.GetAddress(), node);
+        m_bSorted = sorted;
+        m_iIndexState = IndexValid;
+        return 1;
+    }
+    catch (const std::bad_alloc&)
+    {
+        // The list walks still answer; the index is tried again next time.
+        DropIndex();
+        return 0;
+    }
+}
+
+void UMemoryImage::DropIndex()
+{
+    if (m_pIndex != nullptr)
+        m_pIndex->byStart.clear();
+    m_iIndexState = IndexUnknown;
+}
+
+// The first region in list order that holds the whole range. No two regions of a valid index
+// touch, so at most one can hold it: the one that starts last at or below the address.
+UMemoryImage::Node* UMemoryImage::FindContaining(unsigned int uiAddress, unsigned int uiLength, int bIndexed)
+{
+    if (bIndexed)
+    {
+        auto entry = m_pIndex->byStart.upper_bound(uiAddress);
+        if (entry == m_pIndex->byStart.begin())
+            return nullptr;
+        Node* node = std::prev(entry)->second;
+        return node->region.Contains(uiAddress, uiLength) ? node : nullptr;
+    }
+    for (Node* node = m_pFirst; node != nullptr; node = node->pNext)
+    {
+        if (node->region.Contains(uiAddress, uiLength))
+            return node;
+    }
+    return nullptr;
 }
 
 // Stable merge sort by start address, on the forward links; the back links are rebuilt after.
@@ -178,6 +383,7 @@ void UMemoryImage::SortRegions()
         list = head;
     }
     m_pFirst = list;
+    m_pCursor = nullptr;
     Node* previous = nullptr;
     for (Node* node = list; node != nullptr; node = node->pNext)
     {
@@ -215,12 +421,8 @@ void UMemoryImage::MergeRegions()
 unsigned char* UMemoryImage::GetBuffer(unsigned int uiAddress, unsigned int uiLength)
 {
     CheckRange(uiAddress, uiLength);
-    for (Node* node = m_pFirst; node != nullptr; node = node->pNext)
-    {
-        if (node->region.Contains(uiAddress, uiLength))
-            return node->region.GetData() + (uiAddress - node->region.GetAddress());
-    }
-    return nullptr;
+    Node* node = FindContaining(uiAddress, uiLength, UseIndex());
+    return node != nullptr ? node->region.GetData() + (uiAddress - node->region.GetAddress()) : nullptr;
 }
 
 void UMemoryImage::GetData(unsigned int uiAddress, unsigned char* pbyBuffer, unsigned int uiLength)
@@ -234,14 +436,13 @@ void UMemoryImage::GetData(unsigned int uiAddress, unsigned char* pbyBuffer, uns
     // Bytes are taken at the running address. Within one region that is the same as the offset
     // from where the call began; a read that runs from uncovered memory into a region must
     // not take that offset, which would lie below the region's buffer.
+    const int indexed = UseIndex();
     unsigned long long address = uiAddress;
     const unsigned long long end = address + uiLength;
     while (address < end)
     {
         const unsigned int running = static_cast<unsigned int>(address);
-        Node* node = m_pFirst;
-        while (node != nullptr && !node->region.Contains(running, 1))
-            node = node->pNext;
+        Node* node = FindContaining(running, 1, indexed);
         if (node != nullptr)
         {
             const unsigned long long offset = running - node->region.GetAddress();
@@ -256,10 +457,19 @@ void UMemoryImage::GetData(unsigned int uiAddress, unsigned char* pbyBuffer, uns
         {
             // Uncovered up to the next region above, or to the end of the range.
             unsigned long long next = end;
-            for (Node* n = m_pFirst; n != nullptr; n = n->pNext)
+            if (indexed)
             {
-                if (n->region.GetAddress() > address && n->region.GetAddress() < next)
-                    next = n->region.GetAddress();
+                const auto above = m_pIndex->byStart.upper_bound(running);
+                if (above != m_pIndex->byStart.end() && above->first < next)
+                    next = above->first;
+            }
+            else
+            {
+                for (Node* n = m_pFirst; n != nullptr; n = n->pNext)
+                {
+                    if (n->region.GetAddress() > address && n->region.GetAddress() < next)
+                        next = n->region.GetAddress();
+                }
             }
             std::memset(pbyBuffer + (address - uiAddress), m_byFill, static_cast<size_t>(next - address));
             address = next;
@@ -289,27 +499,62 @@ void UMemoryImage::SetData(unsigned int uiAddress, const unsigned char* pbyData,
     }
 
     Reserve(uiAddress, uiLength);
-    for (Node* node = m_pFirst; node != nullptr; node = node->pNext)
+    if (Node* node = FindContaining(uiAddress, uiLength, UseIndex()))
+        std::memcpy(node->region.GetData() + (uiAddress - node->region.GetAddress()), pbyData, uiLength);
+}
+
+// Walks from the head, the tail or the node last reached, whichever is nearest.
+UMemoryImage::Node* UMemoryImage::FindNode(unsigned long ulIndex) const
+{
+    if (ulIndex >= m_ulCount)
+        return nullptr;
+    Node* node = m_pFirst;
+    unsigned long at = 0;
+    unsigned long distance = ulIndex;
+    if (m_ulCount - 1 - ulIndex < distance)
     {
-        if (node->region.Contains(uiAddress, uiLength))
+        node = m_pLast;
+        at = m_ulCount - 1;
+        distance = m_ulCount - 1 - ulIndex;
+    }
+    if (m_pCursor != nullptr)
+    {
+        const unsigned long fromCursor = ulIndex > m_ulCursor ? ulIndex - m_ulCursor : m_ulCursor - ulIndex;
+        if (fromCursor < distance)
         {
-            std::memcpy(node->region.GetData() + (uiAddress - node->region.GetAddress()), pbyData, uiLength);
-            return;
+            node = m_pCursor;
+            at = m_ulCursor;
         }
     }
+    for (; at < ulIndex; ++at)
+        node = node->pNext;
+    for (; at > ulIndex; --at)
+        node = node->pPrevious;
+    m_pCursor = node;
+    m_ulCursor = ulIndex;
+    return node;
 }
 
 UMemoryRegion* UMemoryImage::GetMemoryRegion(unsigned long ulIndex)
 {
-    Node* node = m_pFirst;
-    for (unsigned long i = 0; i < ulIndex && node != nullptr; ++i)
-        node = node->pNext;
-    return node != nullptr ? &node->region : nullptr;
+    Node* node = FindNode(ulIndex);
+    if (node == nullptr)
+        return nullptr;
+    if (!node->bExposed)
+    {
+        // The caller may move or resize this region from now on: the index can no longer vouch
+        // for the regions' places, and the list walks answer until the region is gone.
+        node->bExposed = 1;
+        ++m_ulExposed;
+        DropIndex();
+    }
+    return &node->region;
 }
 
 const UMemoryRegion* UMemoryImage::GetMemoryRegion(unsigned long ulIndex) const
 {
-    return const_cast<UMemoryImage*>(this)->GetMemoryRegion(ulIndex);
+    Node* node = FindNode(ulIndex);
+    return node != nullptr ? &node->region : nullptr;
 }
 
 unsigned int UMemoryImage::GetStartAddress() const

@@ -1,0 +1,314 @@
+#include "BimFileTestSupport.h"
+#include "MemoryImageTestSupport.h"
+
+#include <Oskal/Lib/BIM/UBimPayloadContainerFirmware.h>
+#include <Oskal/Lib/BIM/UMemoryImage.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <sstream>
+#include <vector>
+
+using namespace Oskal::Lib::BIM;
+using namespace OskalTests;
+
+namespace {
+
+// The image's rules done the plain way: every lookup walks the list from its head, and every
+// merge sorts the whole list and joins from the start again.
+class ReferenceImage
+{
+public:
+    void Reserve(unsigned int uiAddress, unsigned int uiLength)
+    {
+        for (UMemoryRegion& region : regions)
+        {
+            if (region.Precedes(uiAddress, uiLength) || region.Succeeds(uiAddress, uiLength) ||
+                region.Intersects(uiAddress, uiLength))
+            {
+                region.Merge(UMemoryRegion(uiAddress, uiLength));
+                std::stable_sort(regions.begin(), regions.end());
+                for (size_t i = 1; i < regions.size();)
+                {
+                    if (regions[i - 1].Precedes(regions[i]) || regions[i - 1].Intersects(regions[i]))
+                    {
+                        regions[i - 1].Merge(regions[i]);
+                        regions.erase(regions.begin() + static_cast<long>(i));
+                        i = 1;
+                    }
+                    else
+                        ++i;
+                }
+                return;
+            }
+        }
+        regions.push_back(UMemoryRegion(uiAddress, uiLength));
+    }
+
+    UMemoryRegion* Containing(unsigned int uiAddress, unsigned int uiLength)
+    {
+        for (UMemoryRegion& region : regions)
+        {
+            if (region.Contains(uiAddress, uiLength))
+                return &region;
+        }
+        return nullptr;
+    }
+
+    unsigned char* GetBuffer(unsigned int uiAddress, unsigned int uiLength)
+    {
+        UMemoryRegion* region = Containing(uiAddress, uiLength);
+        return region != nullptr ? region->GetData() + (uiAddress - region->GetAddress()) : nullptr;
+    }
+
+    void SetData(unsigned int uiAddress, const unsigned char* pbyData, unsigned int uiLength)
+    {
+        Reserve(uiAddress, uiLength);
+        if (unsigned char* buffer = GetBuffer(uiAddress, uiLength))
+            std::memcpy(buffer, pbyData, uiLength);
+    }
+
+    // Byte by byte: the first region holding the address, else the fill byte.
+    std::string Read(unsigned int uiAddress, unsigned int uiLength)
+    {
+        std::string bytes;
+        for (unsigned int i = 0; i < uiLength; ++i)
+        {
+            UMemoryRegion* region = Containing(uiAddress + i, 1);
+            bytes += region != nullptr ? static_cast<char>(region->GetData()[uiAddress + i - region->GetAddress()])
+                                       : '\xFF';
+        }
+        return bytes;
+    }
+
+    std::vector<UMemoryRegion> regions;
+};
+
+// Places, lengths, whether the bytes exist, and the bytes, in list order.
+std::string Describe(const UMemoryRegion& region)
+{
+    std::ostringstream text;
+    text << std::hex << region.GetAddress() << '+' << region.GetLength() << (region.HasData() ? "d" : "")
+         << '/' << static_cast<int>(region.GetFillByte());
+    if (region.HasData())
+    {
+        UMemoryRegion copy(region);
+        text << ':' << std::string(reinterpret_cast<const char*>(copy.GetData()), copy.GetLength());
+    }
+    return text.str();
+}
+
+std::string Describe(const UMemoryImage& image)
+{
+    std::string text;
+    for (unsigned long i = 0; const UMemoryRegion* region = image.GetMemoryRegion(i); ++i)
+        text += Describe(*region) + ' ';
+    return text;
+}
+
+std::string Describe(const ReferenceImage& image)
+{
+    std::string text;
+    for (const UMemoryRegion& region : image.regions)
+        text += Describe(region) + ' ';
+    return text;
+}
+
+class Random
+{
+public:
+    explicit Random(unsigned int uiSeed) : seed(uiSeed) {}
+    unsigned int operator()(unsigned int uiRange)
+    {
+        seed = seed * 1103515245u + 12345u;
+        return (seed >> 8) % uiRange;
+    }
+
+private:
+    unsigned int seed;
+};
+
+TEST(MemoryImageScale, MatchesThePlainAlgorithmOnRandomSteps)
+{
+    // Reserves, writes and reads in any order, regions moved and resized through the mutable
+    // pointer (so regions may overlap behind the image's back), copies: after every step the
+    // list, its order, which regions hold bytes, and the bytes equal the plain algorithm's.
+    Random next(777);
+    for (int round = 0; round < 60; ++round)
+    {
+        UMemoryImage image;
+        ReferenceImage reference;
+        // Wide rounds mostly append apart; narrow ones touch and overlap often. Every fourth round
+        // also moves regions from outside.
+        const unsigned int space = round % 3 == 0 ? 0x4000 : 0x180;
+        for (int step = 0; step < 120; ++step)
+        {
+            const unsigned int address = 0x100 + next(space);
+            const unsigned int length = next(5) == 0 ? 0 : 1 + next(0x28);
+            const unsigned int what = next(100);
+            std::string bytes;
+            for (unsigned int i = 0; i < length; ++i)
+                bytes += static_cast<char>('a' + next(26));
+            const unsigned char* data = reinterpret_cast<const unsigned char*>(bytes.data());
+            if (what < 35)
+            {
+                image.Reserve(address, length);
+                reference.Reserve(address, length);
+            }
+            else if (what < 60)
+            {
+                image.SetData(address, data, length);
+                reference.SetData(address, data, length);
+            }
+            else if (what < 75)
+            {
+                unsigned char* mine = image.GetBuffer(address, length);
+                unsigned char* theirs = reference.GetBuffer(address, length);
+                ASSERT_EQ(theirs == nullptr, mine == nullptr) << round << "/" << step;
+                if (mine != nullptr && length != 0)
+                {
+                    std::memcpy(mine, data, length);
+                    std::memcpy(theirs, data, length);
+                }
+            }
+            else if (what < 80 && round % 4 == 3 && !reference.regions.empty())
+            {
+                // Moved or resized from outside, as a caller may.
+                const unsigned long index = next(static_cast<unsigned int>(reference.regions.size()));
+                UMemoryRegion* mine = image.GetMemoryRegion(index);
+                ASSERT_NE(nullptr, mine);
+                if (next(2) == 0)
+                {
+                    mine->SetAddress(address);
+                    reference.regions[index].SetAddress(address);
+                }
+                else
+                {
+                    mine->SetLength(length);
+                    reference.regions[index].SetLength(length);
+                }
+            }
+            else if (what < 83)
+            {
+                UMemoryImage copy(image);
+                image = copy;
+            }
+            else
+            {
+                const unsigned int at = 0x100 + next(space);
+                const unsigned int count = next(0x40);
+                // Reads that leave one region are answered by this image's own rule; the
+                // reference reads byte by byte, which agrees only within a region or outside all.
+                bool outside = true;
+                for (const UMemoryRegion& region : reference.regions)
+                    outside = outside && !(count != 0 && region.GetLength() != 0 && region.Intersects(at, count));
+                if (outside || reference.Containing(at, count) != nullptr)
+                {
+                    // Reading makes the bytes of the region read, on both sides alike.
+                    ASSERT_EQ(reference.Read(at, count), Get(image, at, count)) << round << "/" << step;
+                }
+            }
+            ASSERT_EQ(Describe(reference), Describe(image)) << round << "/" << step;
+            ASSERT_EQ(reference.regions.empty() ? 0u : reference.regions.front().GetAddress(),
+                      image.GetStartAddress());
+        }
+    }
+}
+
+TEST(MemoryImageScale, UntouchedRegionsInAnyOrder)
+{
+    // 100,000 separate regions in ascending, descending and shuffled order; the list keeps the
+    // order they came in, and every lookup finds its own region.
+    const unsigned int count = 100000;
+    std::vector<unsigned int> shuffled(count);
+    for (unsigned int i = 0; i < count; ++i)
+        shuffled[i] = i;
+    Random next(4242);
+    for (unsigned int i = count - 1; i > 0; --i)
+        std::swap(shuffled[i], shuffled[next(i + 1)]);
+
+    for (int order = 0; order < 3; ++order)
+    {
+        UMemoryImage image;
+        auto slot = [&](unsigned int i) { return order == 0 ? i : order == 1 ? count - 1 - i : shuffled[i]; };
+        for (unsigned int i = 0; i < count; ++i)
+            image.Reserve(0x10000 + slot(i) * 0x10, 8);
+        const UMemoryImage& view = image;
+        unsigned long seen = 0;
+        for (unsigned long i = 0; const UMemoryRegion* region = view.GetMemoryRegion(i); ++i, ++seen)
+        {
+            ASSERT_EQ(0x10000 + slot(i) * 0x10, region->GetAddress()) << order << "/" << i;
+            ASSERT_EQ(8u, region->GetLength());
+        }
+        EXPECT_EQ(count, seen);
+        EXPECT_EQ(0x10000 + slot(0) * 0x10, image.GetStartAddress());
+
+        for (unsigned int i = 0; i < count; ++i)
+            ASSERT_NE(nullptr, image.GetBuffer(0x10000 + i * 0x10, 8));
+        EXPECT_EQ(nullptr, image.GetBuffer(0x10000 + 4, 8)) << "runs into the gap";
+        EXPECT_EQ(std::string("\xFF\xFF\xFF\xFF", 4), Get(image, 0x10008, 4));
+
+        // Joining two neighbours through the gap between them still sorts the list as before.
+        image.Reserve(0x10008, 8);
+        EXPECT_EQ(count - 1, [&] {
+            unsigned long n = 0;
+            while (view.GetMemoryRegion(n) != nullptr)
+                ++n;
+            return n;
+        }());
+        EXPECT_EQ(0x10000u, image.GetStartAddress());
+        EXPECT_EQ(0x18u, view.GetMemoryRegion(0)->GetLength());
+        EXPECT_EQ(0x10020u, view.GetMemoryRegion(1)->GetAddress());
+    }
+}
+
+TEST(MemoryImageScale, RegionMovedLaterThroughAHeldPointer)
+{
+    // A region handed out mutable may be moved long after, between other calls; the image must
+    // still find it where it now is.
+    UMemoryImage image;
+    image.Reserve(0x1000, 0x10);
+    UMemoryRegion* held = image.GetMemoryRegion(0);
+    image.Reserve(0x3000, 0x10);
+    image.Reserve(0x5000, 0x10);
+    EXPECT_EQ(nullptr, image.GetBuffer(0x7000, 4));
+    held->SetAddress(0x7000);
+    ASSERT_NE(nullptr, image.GetBuffer(0x7000, 4));
+    image.Reserve(0x7010, 0x10);
+    EXPECT_EQ("3000-3010 5000-5010 7000-7020", Layout(image));
+    held = image.GetMemoryRegion(2);
+    held->SetLength(0x1000);
+    image.Reserve(0x8000, 4);
+    EXPECT_EQ("3000-3010 5000-5010 7000-8004", Layout(image));
+}
+
+TEST(MemoryImageScale, FirmwareWithManyRegionsRoundTrips)
+{
+    std::vector<Region> regions;
+    Random next(99);
+    for (unsigned int i = 0; i < 50000; ++i)
+    {
+        // Ascending, then a descending run, so appending both below and above is exercised.
+        const unsigned int place = i < 40000 ? i : 90000 - i;
+        regions.push_back(Region{0x20000000 + place * 0x20, Counting(1 + next(12), static_cast<unsigned char>(i))});
+    }
+    const Bytes original = BimFile(Bytes(), PlainContainer(1, FirmwareInner(regions)));
+
+    UBimFile file;
+    ASSERT_EQ(L"", LoadBytes(file, original));
+    const UMemoryImage& image =
+        dynamic_cast<const UBimPayloadContainerFirmware*>(file.GetPayload().GetContainer(0))->GetMemoryImage();
+    for (unsigned long i = 0; i < regions.size(); ++i)
+    {
+        const UMemoryRegion* region = image.GetMemoryRegion(i);
+        ASSERT_NE(nullptr, region);
+        ASSERT_EQ(regions[i].address, region->GetAddress());
+        ASSERT_EQ(regions[i].data.size(), region->GetLength());
+    }
+    EXPECT_EQ(nullptr, image.GetMemoryRegion(static_cast<unsigned long>(regions.size())));
+    EXPECT_EQ(original, SaveBytes(file));
+}
+
+} // namespace
