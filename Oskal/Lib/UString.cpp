@@ -173,15 +173,8 @@ UString::operator const wchar_t*() const
 
 void UString::Append(unsigned long ulCodePoint)
 {
-    if (ulCodePoint <= 0xFFFF)
-    {
-        Append(static_cast<wchar_t>(ulCodePoint));
-        return;
-    }
-    // No range check: values past 0x10FFFF are written as computed.
-    const wchar_t units[2] = {static_cast<wchar_t>(0xD7C0 + (ulCodePoint >> 10)),
-                              static_cast<wchar_t>(0xDC00 + (ulCodePoint & 0x3FF))};
-    AppendUnits(units, 2);
+    wchar_t units[2];
+    AppendUnits(units, CodePointUnits(ulCodePoint, units));
 }
 
 void UString::Append(wchar_t wc)
@@ -310,6 +303,19 @@ wchar_t* UString::AllocUnits(unsigned long ulUnits)
     if (ulUnits > 0x7FFFFFFFUL)
         throw std::bad_alloc();
     return static_cast<wchar_t*>(Alloc(ulUnits * sizeof(wchar_t)));
+}
+
+unsigned long UString::CodePointUnits(unsigned long ulCodePoint, wchar_t awcUnits[2])
+{
+    if (ulCodePoint <= 0xFFFF)
+    {
+        awcUnits[0] = static_cast<wchar_t>(ulCodePoint);
+        return 1;
+    }
+    // No range check: values past 0x10FFFF are written as computed.
+    awcUnits[0] = static_cast<wchar_t>(0xD7C0 + (ulCodePoint >> 10));
+    awcUnits[1] = static_cast<wchar_t>(0xDC00 + (ulCodePoint & 0x3FF));
+    return 2;
 }
 
 unsigned long UString::BoundedLength(const wchar_t* pszText, unsigned long ulCount)

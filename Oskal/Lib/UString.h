@@ -61,6 +61,9 @@ protected:
     void FreeBuffer();
     // A buffer of ulUnits code units; throws std::bad_alloc when the byte count would wrap.
     static wchar_t* AllocUnits(unsigned long ulUnits);
+    // The code units of a code point: one up to 0xFFFF, else a surrogate pair computed without
+    // range checks. Returns how many were written to awcUnits.
+    static unsigned long CodePointUnits(unsigned long ulCodePoint, wchar_t awcUnits[2]);
     // Code units before the first 0 among at most ulCount.
     static unsigned long BoundedLength(const wchar_t* pszText, unsigned long ulCount);
     // Finds the first and last code unit that is not space, tab, line feed or carriage return;

@@ -122,15 +122,8 @@ UStringBuilder& UStringBuilder::operator=(const UString& other)
 
 void UStringBuilder::Append(unsigned long ulCodePoint)
 {
-    if (ulCodePoint <= 0xFFFF)
-    {
-        const wchar_t unit = static_cast<wchar_t>(ulCodePoint);
-        AppendUnits(&unit, 1);
-        return;
-    }
-    const wchar_t units[2] = {static_cast<wchar_t>(0xD7C0 + (ulCodePoint >> 10)),
-                              static_cast<wchar_t>(0xDC00 + (ulCodePoint & 0x3FF))};
-    AppendUnits(units, 2);
+    wchar_t units[2];
+    AppendUnits(units, CodePointUnits(ulCodePoint, units));
 }
 
 void UStringBuilder::Append(wchar_t wc)
