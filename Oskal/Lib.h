@@ -92,6 +92,8 @@
 #include <Oskal/Lib/Text/UUTF8Decoder.h>
 #include <Oskal/Lib/Text/UUTF8Encoder.h>
 #include <Oskal/Lib/Text/UUTF8Encoding.h>
+#include <Oskal/Lib/Threading/UCriticalSection.h>
+#include <Oskal/Lib/Threading/UCriticalSectionAutoLock.h>
 #include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UDecimal.h>
 #include <Oskal/Lib/UDeviceNotRespondingException.h>
@@ -112,4 +114,5 @@
 #include <Oskal/Lib/UTimeoutException.h>
 #include <Oskal/Lib/UVersion.h>
 #include <Oskal/Lib/UWin32Exception.h>
+#include <Oskal/Lib/Win32Api.h>
 #include <Oskal/Lib/Xml/UXmlException.h>

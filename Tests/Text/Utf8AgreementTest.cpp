@@ -208,29 +208,29 @@ TEST(Utf8Agreement, DamagedUtf16MatchesWindowsWithoutTheUnpairedHalves)
 }
 
 // The machines all have SSE2, so the portable loops run in a second copy of this program with
-// OSKAL_TEXT_PORTABLE=1, which the library reads when it loads.
+// OSKAL_PORTABLE=1, which the library reads when it loads.
 TEST(Utf8Agreement, PortableLoopsPassTheSameTests)
 {
     char flag[4] = {};
-    if (GetEnvironmentVariableA("OSKAL_TEXT_PORTABLE", flag, sizeof(flag)) != 0)
+    if (GetEnvironmentVariableA("OSKAL_PORTABLE", flag, sizeof(flag)) != 0)
         GTEST_SKIP() << "this is the portable run";
     wchar_t path[MAX_PATH];
     ASSERT_NE(0u, GetModuleFileNameW(nullptr, path, MAX_PATH));
     std::wstring command =
         std::wstring(L"\"") + path +
         L"\" --gtest_brief=1 --gtest_filter=Utf8Agreement.*:EncodingBehaviour.*:StreamText.*-*Portable*";
-    SetEnvironmentVariableW(L"OSKAL_TEXT_PORTABLE", L"1");
+    SetEnvironmentVariableW(L"OSKAL_PORTABLE", L"1");
     STARTUPINFOW startup = {};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION process = {};
     BOOL started =
         CreateProcessW(nullptr, &command[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process);
-    SetEnvironmentVariableW(L"OSKAL_TEXT_PORTABLE", nullptr);
+    SetEnvironmentVariableW(L"OSKAL_PORTABLE", nullptr);
     ASSERT_TRUE(started);
     WaitForSingleObject(process.hProcess, INFINITE);
     DWORD exitCode = 1;
     GetExitCodeProcess(process.hProcess, &exitCode);
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
-    EXPECT_EQ(0u, exitCode) << "the portable run failed; run it with OSKAL_TEXT_PORTABLE=1 to see why";
+    EXPECT_EQ(0u, exitCode) << "the portable run failed; run it with OSKAL_PORTABLE=1 to see why";
 }

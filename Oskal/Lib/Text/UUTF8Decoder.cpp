@@ -1,6 +1,6 @@
 #include <Oskal/Lib/Text/UUTF8Decoder.h>
 
-#include <Oskal/Lib/Text/Sse2Detection.inl>
+#include <Oskal/Lib/Internal/CpuFeatures.h>
 #include <Oskal/Lib/Text/UUTF8Encoding.h>
 
 #include <cstdlib>
@@ -16,7 +16,11 @@ namespace Text
 namespace
 {
 
-const bool g_bSse2 = Detail::UseSse2();
+// Asked per call, so that the portable switch takes effect at once.
+bool UseSse2()
+{
+    return Internal::HasCpuFeatures(Internal::eCpuFeature_Sse2);
+}
 
 // Widens the ASCII run at the start of pbyInput (at least 16 bytes readable) to pwcOutput (room
 // for every byte read) and returns its length. Whole blocks of 16 are written even when they
@@ -173,7 +177,7 @@ unsigned long UUTF8Decoder::DecodeRun(const unsigned char* pbyInput, unsigned lo
                                       unsigned long ulOutputSize, unsigned long* pulBytesUsed)
 {
     if (pwcOutput == nullptr)
-        return g_bSse2 ? DecodeWellFormed<false, true>(pbyInput, ulInputCount, nullptr, 0, pulBytesUsed)
+        return UseSse2() ? DecodeWellFormed<false, true>(pbyInput, ulInputCount, nullptr, 0, pulBytesUsed)
                        : DecodeWellFormed<false, false>(pbyInput, ulInputCount, nullptr, 0, pulBytesUsed);
 
     // When the room limits the input, repeat with what is left until a sequence stops the run.
@@ -184,7 +188,7 @@ unsigned long UUTF8Decoder::DecodeRun(const unsigned char* pbyInput, unsigned lo
         unsigned long limit = room < left ? room : left;
         if (limit == 0)
             break;
-        written += g_bSse2 ? DecodeWellFormed<true, true>(pbyInput + used, left, pwcOutput + written, room, &step)
+        written += UseSse2() ? DecodeWellFormed<true, true>(pbyInput + used, left, pwcOutput + written, room, &step)
                            : DecodeWellFormed<true, false>(pbyInput + used, left, pwcOutput + written, room, &step);
         used += step;
         if (step < limit || limit == left)

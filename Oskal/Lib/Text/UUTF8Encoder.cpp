@@ -1,6 +1,6 @@
 #include <Oskal/Lib/Text/UUTF8Encoder.h>
 
-#include <Oskal/Lib/Text/Sse2Detection.inl>
+#include <Oskal/Lib/Internal/CpuFeatures.h>
 #include <Oskal/Lib/Text/UUTF8Encoding.h>
 
 #include <cstdlib>
@@ -17,7 +17,11 @@ namespace Text
 namespace
 {
 
-const bool g_bSse2 = Detail::UseSse2();
+// Asked per call, so that the portable switch takes effect at once.
+bool UseSse2()
+{
+    return Internal::HasCpuFeatures(Internal::eCpuFeature_Sse2);
+}
 
 // Narrows the ASCII run at the start of pwcInput to pbyOutput (room for every unit read) and
 // returns its length (with no output, only measures it).
@@ -155,7 +159,7 @@ unsigned long UUTF8Encoder::EncodeRun(const wchar_t* pwcInput, unsigned long ulI
                                       unsigned long ulOutputSize, unsigned long* pulCharsUsed)
 {
     if (pbyOutput == nullptr)
-        return g_bSse2 ? EncodeWellFormed<false, true>(pwcInput, nullptr, ulInputCount, pulCharsUsed)
+        return UseSse2() ? EncodeWellFormed<false, true>(pwcInput, nullptr, ulInputCount, pulCharsUsed)
                        : EncodeWellFormed<false, false>(pwcInput, nullptr, ulInputCount, pulCharsUsed);
 
     // When the room limits the input, repeat with what is left until a unit stops the run.
@@ -170,7 +174,7 @@ unsigned long UUTF8Encoder::EncodeRun(const wchar_t* pwcInput, unsigned long ulI
             limit = left;
         if (limit == 0)
             break;
-        written += g_bSse2 ? EncodeWellFormed<true, true>(pwcInput + used, pbyOutput + written, limit, &step)
+        written += UseSse2() ? EncodeWellFormed<true, true>(pwcInput + used, pbyOutput + written, limit, &step)
                            : EncodeWellFormed<true, false>(pwcInput + used, pbyOutput + written, limit, &step);
         used += step;
         if (step < limit || limit == left)
