@@ -67,7 +67,9 @@
 #include <Oskal/Lib/Math/UIntegerU32.h>
 #include <Oskal/Lib/Math/UIntegerU64.h>
 #include <Oskal/Lib/Memory.h>
+#include <Oskal/Lib/Messaging/UArraySerializer.h>
 #include <Oskal/Lib/Messaging/UMessagingException.h>
+#include <Oskal/Lib/Messaging/UPrimitiveSerializer.h>
 #include <Oskal/Lib/Messaging/USerializationException.h>
 #include <Oskal/Lib/Text/UASCIIDecoder.h>
 #include <Oskal/Lib/Text/UASCIIEncoder.h>
