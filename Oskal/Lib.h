@@ -49,6 +49,7 @@
 #include <Oskal/Lib/Cryptography/USymmetricAlgorithm.h>
 #include <Oskal/Lib/Cryptography/USymmetricTransform.h>
 #include <Oskal/Lib/Export.h>
+#include <Oskal/Lib/FileBasedWriteFilter/UFbwfWrapper.h>
 #include <Oskal/Lib/FileBasedWriteFilter/UFbwfWrapperException.h>
 #include <Oskal/Lib/IO/UFileAccessMode.h>
 #include <Oskal/Lib/IO/UFileIoException.h>
