@@ -151,9 +151,10 @@ unsigned long UFbwfWrapper::AddRef()
 unsigned long UFbwfWrapper::Release()
 {
     UCriticalSectionAutoLock lock(GlobalLock());
+    const bool published = g_pInstance == this;
     const unsigned long count = UReferenceManagement::Release();
     // Settled: the instance is gone, so the next GetWrapper must not find it.
-    if (count == 0 && g_pInstance == this)
+    if (count == 0 && published)
         g_pInstance = nullptr;
     return count;
 }

@@ -172,21 +172,35 @@ static ULONG FillDetail(void* detail, PULONG size)
     return ERROR_SUCCESS;
 }
 
-ULONG WINAPI FbwfEnableFilter(void)
-{
-    ULONG code = Enter("FbwfEnableFilter", NULL, NULL, 0);
-    if (code == ERROR_SUCCESS)
-        g.filter[0] = 1;
-    return code;
-}
+/* Enable and disable change the next session; the query of the filter reports both sessions, the
+   others the one asked for. */
+#define SWITCH(Name, field, value)                                                                                     \
+    ULONG WINAPI Fbwf##Name(void)                                                                                      \
+    {                                                                                                                  \
+        ULONG code = Enter("Fbwf" #Name, NULL, NULL, 0);                                                               \
+        if (code == ERROR_SUCCESS)                                                                                     \
+            g.field[0] = value;                                                                                        \
+        return code;                                                                                                   \
+    }
+#define QUERY(Name, field)                                                                                             \
+    ULONG WINAPI Fbwf##Name(ULONG currentSession, PULONG enabled)                                                      \
+    {                                                                                                                  \
+        ULONG code = Enter("Fbwf" #Name, NULL, NULL, currentSession);                                                  \
+        if (code == ERROR_SUCCESS && enabled == NULL)                                                                  \
+            return ERROR_INVALID_PARAMETER;                                                                            \
+        if (code == ERROR_SUCCESS)                                                                                     \
+            *enabled = g.field[currentSession ? 1 : 0];                                                                \
+        return code;                                                                                                   \
+    }
 
-ULONG WINAPI FbwfDisableFilter(void)
-{
-    ULONG code = Enter("FbwfDisableFilter", NULL, NULL, 0);
-    if (code == ERROR_SUCCESS)
-        g.filter[0] = 0;
-    return code;
-}
+SWITCH(EnableFilter, filter, 1)
+SWITCH(DisableFilter, filter, 0)
+SWITCH(EnableCompression, compression, 1)
+SWITCH(DisableCompression, compression, 0)
+SWITCH(EnableCachePreAllocation, preAllocation, 1)
+SWITCH(DisableCachePreAllocation, preAllocation, 0)
+QUERY(IsCompressionEnabled, compression)
+QUERY(IsCachePreAllocationEnabled, preAllocation)
 
 ULONG WINAPI FbwfIsFilterEnabled(PULONG currentSession, PULONG nextSession)
 {
@@ -197,60 +211,6 @@ ULONG WINAPI FbwfIsFilterEnabled(PULONG currentSession, PULONG nextSession)
         return ERROR_INVALID_PARAMETER;
     *currentSession = g.filter[1];
     *nextSession = g.filter[0];
-    return ERROR_SUCCESS;
-}
-
-ULONG WINAPI FbwfEnableCompression(void)
-{
-    ULONG code = Enter("FbwfEnableCompression", NULL, NULL, 0);
-    if (code == ERROR_SUCCESS)
-        g.compression[0] = 1;
-    return code;
-}
-
-ULONG WINAPI FbwfDisableCompression(void)
-{
-    ULONG code = Enter("FbwfDisableCompression", NULL, NULL, 0);
-    if (code == ERROR_SUCCESS)
-        g.compression[0] = 0;
-    return code;
-}
-
-ULONG WINAPI FbwfIsCompressionEnabled(ULONG currentSession, PULONG enabled)
-{
-    ULONG code = Enter("FbwfIsCompressionEnabled", NULL, NULL, currentSession);
-    if (code != ERROR_SUCCESS)
-        return code;
-    if (enabled == NULL)
-        return ERROR_INVALID_PARAMETER;
-    *enabled = g.compression[currentSession ? 1 : 0];
-    return ERROR_SUCCESS;
-}
-
-ULONG WINAPI FbwfEnableCachePreAllocation(void)
-{
-    ULONG code = Enter("FbwfEnableCachePreAllocation", NULL, NULL, 0);
-    if (code == ERROR_SUCCESS)
-        g.preAllocation[0] = 1;
-    return code;
-}
-
-ULONG WINAPI FbwfDisableCachePreAllocation(void)
-{
-    ULONG code = Enter("FbwfDisableCachePreAllocation", NULL, NULL, 0);
-    if (code == ERROR_SUCCESS)
-        g.preAllocation[0] = 0;
-    return code;
-}
-
-ULONG WINAPI FbwfIsCachePreAllocationEnabled(ULONG currentSession, PULONG enabled)
-{
-    ULONG code = Enter("FbwfIsCachePreAllocationEnabled", NULL, NULL, currentSession);
-    if (code != ERROR_SUCCESS)
-        return code;
-    if (enabled == NULL)
-        return ERROR_INVALID_PARAMETER;
-    *enabled = g.preAllocation[currentSession ? 1 : 0];
     return ERROR_SUCCESS;
 }
 
