@@ -61,6 +61,8 @@
 #include <Oskal/Lib/IO/UStream.h>
 #include <Oskal/Lib/IO/UStreamReader.h>
 #include <Oskal/Lib/IO/UStreamWriter.h>
+#include <Oskal/Lib/Ipc/USharedMemory.h>
+#include <Oskal/Lib/Ipc/USharedMemoryQueue.h>
 #include <Oskal/Lib/Logging/ULoggingException.h>
 #include <Oskal/Lib/Math/UIntegerI32.h>
 #include <Oskal/Lib/Math/UIntegerI64.h>
