@@ -12,18 +12,27 @@
 
 #include <cstring>
 #include <thread>
-#include <vector>
 
 using namespace QueueTests;
-using Oskal::Lib::Exceptions::UArgumentException;
-using Oskal::Lib::Exceptions::UException;
-using Oskal::Lib::Exceptions::UInvalidOperationException;
-using Oskal::Lib::Exceptions::UTimeoutException;
-using Oskal::Lib::Exceptions::UWin32Exception;
+using namespace Oskal::Lib::Exceptions;
 using Oskal::Lib::Ipc::USharedMemory;
 
 namespace
 {
+
+// The message of the exception of type E that fn throws.
+template <typename E, typename F> std::wstring ThrownMessage(F fn)
+{
+    try
+    {
+        fn();
+    }
+    catch (const E& e)
+    {
+        return e.GetMessageText();
+    }
+    return L"no exception";
+}
 
 TEST(SharedMemory, OpenerSeesWholePages)
 {
@@ -35,16 +44,8 @@ TEST(SharedMemory, OpenerSeesWholePages)
     EXPECT_EQ(4096u, opener.GetBufferSize());
     static_cast<char*>(creator.GetBuffer())[99] = 'x';
     EXPECT_EQ('x', static_cast<const char*>(opener.GetBuffer())[99]);
-    try
-    {
-        again.Create(name.c_str(), 100);
-        FAIL();
-    }
-    catch (const UWin32Exception& e)
-    {
-        EXPECT_STREQ(L"Shared memory region with the specified name exists already.", e.GetMessageText());
-        EXPECT_EQ(183u, e.GetErrorCode());
-    }
+    EXPECT_EQ(L"Shared memory region with the specified name exists already.",
+              ThrownMessage<UWin32Exception>([&] { again.Create(name.c_str(), 100); }));
     EXPECT_FALSE(again.IsInited());
     opener.Close();
     opener.Close();
@@ -56,9 +57,7 @@ TEST(SharedMemoryQueue, RegionLayout)
     const std::wstring name = UniqueName();
     USharedMemoryQueue queue(0);
     queue.Create(name.c_str(), 100, 3, 70);
-    USharedMemory region;
-    region.Open(name.c_str());
-    const unsigned long* pulWords = static_cast<const unsigned long*>(region.GetBuffer());
+    const unsigned long* pulWords = reinterpret_cast<unsigned long*>(HeaderOf(queue));
     EXPECT_EQ(0, std::memcmp(pulWords, "ORIN", 4));
     const unsigned long aulExpected[] = {3, 100, 128, 0, 2, kNone, kNone, 70, 0, 0, 0, 0, 0, 0, 0};
     for (int i = 0; i < 15; ++i)
@@ -66,12 +65,11 @@ TEST(SharedMemoryQueue, RegionLayout)
     // The user-specific data takes 128 bytes, then come the blocks, 128 bytes each, linked in order.
     for (unsigned long i = 0; i < 3; ++i)
         EXPECT_EQ(i < 2 ? i + 1 : kNone, pulWords[(192 + 128 * i) / 4]) << "block " << i;
-    unsigned char* pbyRegion = static_cast<unsigned char*>(queue.GetUserSpecificDataBuffer()) - 64;
     void* pBlock = queue.BeginWriting(nullptr, 0);
-    EXPECT_EQ(pbyRegion + 192 + 16, pBlock);
+    EXPECT_EQ(reinterpret_cast<const char*>(pulWords) + 192 + 16, pBlock);
     queue.EndWriting(pBlock, 5, 1);
-    EXPECT_EQ(7u, pulWords[192 / 4 + 1]); // protected, first and last
-    EXPECT_EQ(5u, pulWords[192 / 4 + 2]);
+    const unsigned long aulBlock0[] = {kNone, 7, 5, 0}; // protected, first and last
+    EXPECT_EQ(0, std::memcmp(aulBlock0, pulWords + 48, 16));
     EXPECT_EQ(0u, pulWords[6]);
     EXPECT_EQ(0u, pulWords[7]);
 
@@ -89,58 +87,32 @@ TEST(SharedMemoryQueue, RegionLayout)
     EXPECT_EQ(70u, opener.GetUserSpecificDataSize());
 }
 
-TEST(SharedMemoryQueue, FullQueueWithoutOverwrite)
+TEST(SharedMemoryQueue, FillingOverwritingAndProtection)
 {
-    USharedMemoryQueue queue(0);
-    queue.Create(UniqueName().c_str(), 16, 4, 0);
+    USharedMemoryQueue plain(0), overwriting(1);
+    plain.Create(UniqueName().c_str(), 16, 4, 0);
+    overwriting.Create(UniqueName().c_str(), 16, 4, 0);
     for (int i = 1; i <= 4; ++i)
-        EXPECT_TRUE(Put(queue, static_cast<unsigned char>(i)));
-    EXPECT_FALSE(Put(queue, 5));
-    EXPECT_EQ(1, Take(queue));
-    EXPECT_TRUE(Put(queue, 6));
-    for (int expected : {2, 3, 4, 6})
-    {
-        unsigned long ulLost = 99;
-        EXPECT_EQ(expected, Take(queue, &ulLost));
-        EXPECT_EQ(0u, ulLost) << "no loss is counted without overwrite";
-    }
-    EXPECT_EQ(-1, Take(queue));
-}
+        EXPECT_TRUE(Put(plain, static_cast<unsigned char>(i)));
+    EXPECT_FALSE(Put(plain, 5));
+    EXPECT_EQ(1, Take(plain));
+    EXPECT_TRUE(Put(plain, 6));
+    EXPECT_EQ((Entries{{2, 0}, {3, 0}, {4, 0}, {6, 0}}), Drain(plain)) << "no loss without overwrite";
 
-TEST(SharedMemoryQueue, OverwriteChargesDropsToTheOldestEntry)
-{
-    USharedMemoryQueue queue(1);
-    queue.Create(UniqueName().c_str(), 16, 4, 0);
-    HANDLE hEvent = queue.GetDataAvailableEvent();
+    HANDLE hEvent = overwriting.GetDataAvailableEvent();
     EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(hEvent, 0));
     for (int i = 0; i <= 5; ++i)
-        EXPECT_TRUE(Put(queue, static_cast<unsigned char>(i)));
+        EXPECT_TRUE(Put(overwriting, static_cast<unsigned char>(i)));
     EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hEvent, 0));
     // 0 went first, then 1 with 0's drop: 2 carries both.
-    const int aiExpected[][2] = {{2, 2}, {3, 0}, {4, 0}, {5, 0}};
-    for (const auto& expected : aiExpected)
-    {
-        unsigned long ulLost = 99;
-        EXPECT_EQ(expected[0], Take(queue, &ulLost));
-        EXPECT_EQ(static_cast<unsigned long>(expected[1]), ulLost);
-    }
+    EXPECT_EQ((Entries{{2, 2}, {3, 0}, {4, 0}, {5, 0}}), Drain(overwriting));
     EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(hEvent, 0));
 
-    // Protected entries survive and are charged like any other; with every entry protected a
-    // writer gets nothing.
-    EXPECT_TRUE(Put(queue, 10, 1));
-    EXPECT_TRUE(Put(queue, 11));
-    EXPECT_TRUE(Put(queue, 12, 1));
-    EXPECT_TRUE(Put(queue, 13, 1));
-    EXPECT_TRUE(Put(queue, 14, 1)); // reclaims 11
-    EXPECT_FALSE(Put(queue, 15));
-    const int aiProtected[][2] = {{10, 2}, {12, 0}, {13, 0}, {14, 0}};
-    for (const auto& expected : aiProtected)
-    {
-        unsigned long ulLost = 99;
-        EXPECT_EQ(expected[0], Take(queue, &ulLost));
-        EXPECT_EQ(static_cast<unsigned long>(expected[1]), ulLost);
-    }
+    // Protected entries survive and are charged like others; with all protected a writer gets nothing.
+    for (int i : {10, 11, 12, 13, 14})
+        EXPECT_TRUE(Put(overwriting, static_cast<unsigned char>(i), i != 11));
+    EXPECT_FALSE(Put(overwriting, 15));
+    EXPECT_EQ((Entries{{10, 2}, {12, 0}, {13, 0}, {14, 0}}), Drain(overwriting));
 }
 
 TEST(SharedMemoryQueue, OrphansAreSkippedAndReclaimedFirst)
@@ -150,21 +122,12 @@ TEST(SharedMemoryQueue, OrphansAreSkippedAndReclaimedFirst)
     void* apBlocks[3];
     unsigned long aulSizes[3] = {1, 1, 1};
     for (int i = 0; i < 3; ++i)
-    {
-        apBlocks[i] = queue.BeginWriting(nullptr, 0);
-        *static_cast<unsigned char*>(apBlocks[i]) = static_cast<unsigned char>(10 + i);
-    }
+        *static_cast<unsigned char*>(apBlocks[i] = queue.BeginWriting(nullptr, 0)) = static_cast<unsigned char>(10 + i);
     queue.EndWritingSequence(apBlocks, aulSizes, 3, 0);
-    EXPECT_TRUE(Put(queue, 20));
-    EXPECT_TRUE(Put(queue, 30)); // reclaims 10; 11 and 12 become orphans
-    EXPECT_TRUE(Put(queue, 40)); // reclaims the orphan 11, which costs nothing
-    const int aiExpected[][2] = {{20, 1}, {30, 0}, {40, 0}, {-1, 0}};
-    for (const auto& expected : aiExpected)
-    {
-        unsigned long ulLost = 0;
-        EXPECT_EQ(expected[0], Take(queue, &ulLost));
-        EXPECT_EQ(static_cast<unsigned long>(expected[1]), ulLost);
-    }
+    Put(queue, 20);
+    Put(queue, 30); // reclaims 10; 11 and 12 become orphans
+    Put(queue, 40); // reclaims the orphan 11, which costs nothing
+    EXPECT_EQ((Entries{{20, 1}, {30, 0}, {40, 0}}), Drain(queue));
     for (int i = 0; i < 4; ++i)
         EXPECT_TRUE(Put(queue, 50, 1)) << "the orphans went back to the free list";
 }
@@ -177,10 +140,9 @@ TEST(SharedMemoryQueue, AbortReadingWaitsForTheNextWrite)
     queue.AbortReading(queue.BeginReading(nullptr, nullptr, 0));
     EXPECT_EQ(-1, Take(queue)) << "the semaphore is not raised again";
     Put(queue, 2);
-    EXPECT_EQ(1, Take(queue));
-    EXPECT_EQ(-1, Take(queue));
+    EXPECT_EQ((Entries{{1, 0}}), Drain(queue));
     Put(queue, 3);
-    EXPECT_EQ(2, Take(queue));
+    EXPECT_EQ((Entries{{2, 0}}), Drain(queue));
 }
 
 TEST(SharedMemoryQueue, LocalLostCount)
@@ -193,39 +155,27 @@ TEST(SharedMemoryQueue, LocalLostCount)
     EXPECT_EQ(nullptr, queue.BeginWriting(nullptr, 0));
     unsigned long aulSizes[2] = {1, 1};
     queue.EndWritingSequence(apBlocks, aulSizes, 2, 0);
-    unsigned long ulLost = 99;
-    Take(queue, &ulLost);
-    EXPECT_EQ(0u, ulLost);
-    Take(queue);
+    EXPECT_EQ(0u, Drain(queue)[0].second);
     Put(queue, 1);
-    EXPECT_EQ(1, Take(queue, &ulLost));
-    EXPECT_EQ(1u, ulLost);
+    EXPECT_EQ((Entries{{1, 1}}), Drain(queue));
 
     // Reclaiming the last queued entry counts one drop, not the drops that entry carried.
     Put(queue, 2);
     Put(queue, 3);
     void* pHeld = queue.BeginWriting(nullptr, 0);  // reclaims 2, charged to 3
     void* pHeld2 = queue.BeginWriting(nullptr, 0); // reclaims 3 with its drop
+    *static_cast<unsigned char*>(pHeld) = 4;
     queue.EndWriting(pHeld, 1, 0);
     queue.AbortWriting(pHeld2);
-    Take(queue, &ulLost);
-    EXPECT_EQ(1u, ulLost);
+    EXPECT_EQ((Entries{{4, 1}}), Drain(queue));
 }
 
 TEST(SharedMemoryQueue, Misuse)
 {
     USharedMemoryQueue queue(0);
     queue.EndWriting(nullptr, 0, 0);
-    queue.AbortReading(nullptr);
-    try
-    {
-        queue.BeginWriting(nullptr, 0);
-        FAIL();
-    }
-    catch (const UInvalidOperationException& e)
-    {
-        EXPECT_STREQ(L"Queue is not initialized, call Create() or Open() to initialize it.", e.GetMessageText());
-    }
+    EXPECT_EQ(L"Queue is not initialized, call Create() or Open() to initialize it.",
+              ThrownMessage<UInvalidOperationException>([&] { queue.BeginWriting(nullptr, 0); }));
     EXPECT_THROW(queue.Create(UniqueName().c_str(), 16, 0, 0), UArgumentException);
     EXPECT_THROW(queue.Create(UniqueName().c_str(), 100, 0x2000000, 0), UArgumentException);
     EXPECT_THROW(queue.Create(std::wstring(260, L'x').c_str(), 16, 1, 0), UArgumentException);
@@ -246,44 +196,32 @@ TEST(SharedMemoryQueue, Misuse)
     queue.EndWritingSequence(apTwice, aulSizes, 0, 0);
     queue.EndWritingSequence(apTwice, nullptr, 2, 0);
     EXPECT_EQ(-1, Take(queue));
+    *pbyBlock = 9;
     queue.EndWriting(pbyBlock, 16, 0);
-    EXPECT_EQ(*pbyBlock, Take(queue));
+    EXPECT_EQ((Entries{{9, 0}}), Drain(queue));
 }
 
 TEST(SharedMemoryQueue, OpenFailures)
 {
-    // What exists under the name, and what Open then reports.
-    struct Case
-    {
-        bool bMutex, bSemaphore;
-        const wchar_t* pszMessage;
-    };
-    const Case cases[] = {{false, false, L"Opening the mutex protecting the shared memory queue failed."},
-                          {true, false, L"Opening the 'used block list' semaphore failed."},
-                          {true, true, L"Opening the event indicating blocks in the queue failed.."}};
-    for (const Case& c : cases)
+    // Named objects that exist (mutex, semaphore), and what Open then reports.
+    const std::pair<int, const wchar_t*> cases[] = {
+        {0, L"Opening the mutex protecting the shared memory queue failed."},
+        {1, L"Opening the 'used block list' semaphore failed."},
+        {2, L"Opening the event indicating blocks in the queue failed.."}};
+    for (const auto& c : cases)
     {
         const std::wstring name = UniqueName();
         USharedMemory region;
         region.Create(name.c_str(), 4096);
         const unsigned long aulHeader[] = {0, 1, 0, 64, 0, 0, kNone, kNone, 0};
         std::memcpy(region.GetBuffer(), aulHeader, sizeof(aulHeader));
-        HANDLE hMutex = c.bMutex ? CreateMutexW(nullptr, FALSE, (name + L" - QPM").c_str()) : nullptr;
-        HANDLE hSemaphore = c.bSemaphore ? CreateSemaphoreW(nullptr, 0, 1, (name + L" - UBAS").c_str()) : nullptr;
+        HANDLE hMutex = c.first > 0 ? CreateMutexW(nullptr, FALSE, (name + L" - QPM").c_str()) : nullptr;
+        HANDLE hSemaphore = c.first > 1 ? CreateSemaphoreW(nullptr, 0, 1, (name + L" - UBAS").c_str()) : nullptr;
         USharedMemoryQueue queue(0);
-        try
-        {
-            queue.Open(name.c_str());
-            ADD_FAILURE();
-        }
-        catch (const UWin32Exception& e)
-        {
-            EXPECT_STREQ(c.pszMessage, e.GetMessageText());
-        }
+        EXPECT_EQ(c.second, ThrownMessage<UWin32Exception>([&] { queue.Open(name.c_str()); }));
         EXPECT_EQ(0u, queue.GetNumberOfBlocks());
-        for (HANDLE h : {hMutex, hSemaphore})
-            if (h != nullptr)
-                CloseHandle(h);
+        CloseHandle(hMutex);
+        CloseHandle(hSemaphore);
     }
 }
 
@@ -298,21 +236,13 @@ TEST(SharedMemoryQueue, MutexTimeoutGivesTheReadersCountBack)
     std::thread holder([&] {
         HANDLE hMutex = OpenMutexW(SYNCHRONIZE | MUTEX_MODIFY_STATE, FALSE, (name + L" - QPM").c_str());
         WaitForSingleObject(hMutex, INFINITE);
-        SetEvent(hHeld);
-        WaitForSingleObject(hRelease, INFINITE);
+        SignalObjectAndWait(hHeld, hRelease, INFINITE, FALSE);
         ReleaseMutex(hMutex);
         CloseHandle(hMutex);
     });
     WaitForSingleObject(hHeld, INFINITE);
-    try
-    {
-        queue.BeginReading(nullptr, nullptr, INFINITE);
-        ADD_FAILURE();
-    }
-    catch (const UTimeoutException& e)
-    {
-        EXPECT_STREQ(L"Waiting for mutex protecting the shared memory queue timed out.", e.GetMessageText());
-    }
+    EXPECT_EQ(L"Waiting for mutex protecting the shared memory queue timed out.",
+              ThrownMessage<UTimeoutException>([&] { queue.BeginReading(nullptr, nullptr, INFINITE); }));
     SetEvent(hRelease);
     holder.join();
     EXPECT_EQ(7, Take(queue));
