@@ -99,6 +99,9 @@
 #include <Oskal/Lib/Threading/UCriticalSection.h>
 #include <Oskal/Lib/Threading/UCriticalSectionAutoLock.h>
 #include <Oskal/Lib/Threading/UThread.h>
+#include <Oskal/Lib/Threading/UThreadPool.h>
+#include <Oskal/Lib/Threading/UThreadPoolTask.h>
+#include <Oskal/Lib/Threading/UThreadPoolThread.h>
 #include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UDecimal.h>
 #include <Oskal/Lib/UDeviceNotRespondingException.h>
