@@ -100,6 +100,7 @@
 #include <Oskal/Lib/Threading/IThreadProc.h>
 #include <Oskal/Lib/Threading/UCriticalSection.h>
 #include <Oskal/Lib/Threading/UCriticalSectionAutoLock.h>
+#include <Oskal/Lib/Threading/UStandAloneWindow.h>
 #include <Oskal/Lib/Threading/UThread.h>
 #include <Oskal/Lib/Threading/UThreadPool.h>
 #include <Oskal/Lib/Threading/UThreadPoolTask.h>
