@@ -1,7 +1,6 @@
 #pragma once
 
 #include <Oskal/Lib/Ipc/USharedMemoryQueue.h>
-#include <Oskal/Lib/Win32Api.h>
 
 #include <string>
 #include <utility>
@@ -11,30 +10,24 @@ namespace QueueTests
 {
 
 using Oskal::Lib::Ipc::USharedMemoryQueue;
-typedef USharedMemoryQueue::UQueueBlock Block;
-// Entries as read: the first byte and the lost count.
-typedef std::vector<std::pair<int, unsigned long>> Entries;
+typedef std::vector<std::pair<int, unsigned long>> Entries; // first byte and lost count of each entry read
 const unsigned long kNone = 0xFFFFFFFF;
 
-// A name that no other queue of this test run uses.
 inline std::wstring UniqueName()
 {
     static int n = 0;
     return L"OskalQueueTest " + std::to_wstring(GetCurrentProcessId()) + L"." + std::to_wstring(++n);
 }
 
-// The shared header, 64 bytes before the user-specific data, and a block's header.
-inline USharedMemoryQueue::UQueueHeader* HeaderOf(USharedMemoryQueue& queue)
+// The region's 32-bit words (the header is 64 bytes before the user-specific data) and block i's header.
+inline unsigned long* WordsOf(USharedMemoryQueue& queue)
 {
-    return reinterpret_cast<USharedMemoryQueue::UQueueHeader*>(
-        static_cast<unsigned char*>(queue.GetUserSpecificDataBuffer()) - 64);
+    return reinterpret_cast<unsigned long*>(static_cast<unsigned char*>(queue.GetUserSpecificDataBuffer()) - 64);
 }
 
-inline Block* BlockOf(USharedMemoryQueue& queue, unsigned long ulIndex)
+inline unsigned long* BlockOf(USharedMemoryQueue& queue, unsigned long i)
 {
-    return reinterpret_cast<Block*>(static_cast<unsigned char*>(queue.GetUserSpecificDataBuffer()) +
-                                    ((queue.GetUserSpecificDataSize() + 63) & ~63ul) +
-                                    ulIndex * queue.GetRealBlockSize());
+    return WordsOf(queue) + (64 + ((queue.GetUserSpecificDataSize() + 63) & ~63ul) + i * queue.GetRealBlockSize()) / 4;
 }
 
 // Writes a one-block entry whose first byte is byValue; false when no block could be had.
@@ -46,16 +39,14 @@ inline bool Put(USharedMemoryQueue& queue, unsigned char byValue, int bProtected
     return pbyBlock != nullptr;
 }
 
-// Reads and frees one block: its first byte, or -1 when none came within ulTimeout.
-inline int Take(USharedMemoryQueue& queue, unsigned long* pulLost = nullptr, unsigned long ulTimeout = 0)
+// Reads and frees one block: its first byte, or -1 when none is counted.
+inline int Take(USharedMemoryQueue& queue, unsigned long* pulLost = nullptr)
 {
-    unsigned char* pbyBlock = static_cast<unsigned char*>(queue.BeginReading(nullptr, pulLost, ulTimeout));
+    unsigned char* pbyBlock = static_cast<unsigned char*>(queue.BeginReading(nullptr, pulLost, 0));
     const int value = pbyBlock != nullptr ? *pbyBlock : -1;
-    queue.EndReading(pbyBlock);
-    return value;
+    return queue.EndReading(pbyBlock), value;
 }
 
-// Reads until no block is counted.
 inline Entries Drain(USharedMemoryQueue& queue)
 {
     Entries entries;

@@ -375,7 +375,8 @@ void USharedMemoryQueue::EndWritingSequence(void** ppBlocks, unsigned long* pulS
               (Load(BlockAt(ulLast)->ulFlags) & ~(ulFirst == ulLast ? 0 : ulEndBits)) | QUEUE_BLOCK_LAST);
         unsigned long ulUsedFirst, ulUsedLast;
         ReadEnds(m_pHeader->usedList, ulUsedFirst, ulUsedLast);
-        // Kept: a sequence never takes over the local lost count (pinned by SharedMemoryQueue.LocalLostCount)
+        // Kept: a sequence never takes over the local lost count (pinned by
+        // SharedMemoryQueue.OrphansAndTheLocalLostCount)
         if (ulUsedLast == kNone)
         {
             Store(m_pHeader->usedList.ulFirst, ulFirst);
@@ -670,7 +671,7 @@ void USharedMemoryQueue::ChargeLoss(const UReclaimed& reclaimed)
     if (ulOldest == kNone)
     {
         // Kept: with no entry left to charge, only this drop is counted, not the drops the
-        // reclaimed entry carried (pinned by SharedMemoryQueue.LocalLostCount)
+        // reclaimed entry carried (pinned by SharedMemoryQueue.OrphansAndTheLocalLostCount)
         ++m_ulLostCount;
         return;
     }
