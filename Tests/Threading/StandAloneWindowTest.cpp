@@ -117,7 +117,7 @@ TEST(StandAloneWindow, PreMessageLoopFalseEndsTheThread)
     EXPECT_TRUE(log.Has(L"0 Dispatcher thread has terminated by itself, clean up and start it again."));
 }
 
-TEST(StandAloneWindow, StopWhenTheWindowIsGoneOrFromTheDispatcher)
+TEST(StandAloneWindow, StopsWithoutTheWindowAndFailsToStartWithoutOne)
 {
     OSKAL_RUN_IN_CHILD(60000);
     Recorder log;
@@ -132,12 +132,7 @@ TEST(StandAloneWindow, StopWhenTheWindowIsGoneOrFromTheDispatcher)
     EXPECT_EQ(1, window.StartDispatcherThread());
     EXPECT_EQ(1, SendMessageW(window.GetHWnd(), WM_APP + 2, 0, 0));
     EXPECT_TRUE(window.ThreadEnds());
-}
 
-TEST(StandAloneWindow, StartFailsWithoutAWindow)
-{
-    OSKAL_RUN_IN_CHILD(60000);
-    Recorder log;
     TestWindow unregistered, holding;
     unregistered.bRegister = 0;
     EXPECT_EQ(0, unregistered.StartDispatcherThread());

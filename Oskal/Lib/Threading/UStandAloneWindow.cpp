@@ -225,7 +225,7 @@ int UStandAloneWindow::StopDispatcherThread()
     else if (dwExitCode == STILL_ACTIVE)
     {
         // Kept: the message names WM_DESTROY while WM_CLOSE is posted (pinned by
-        // StandAloneWindow.StartFailsWithoutAWindow)
+        // StandAloneWindow.StopsWithoutTheWindowAndFailsToStartWithoutOne)
         while (!PostQuitToDispatcher() && WaitForSingleObject(m_hThread, kPostRetryInterval) == WAIT_TIMEOUT &&
                static_cast<long>(dwDeadline - GetTickCount()) > 0)
             Log(eLogSeverity_Critical, L"Sending WM_DESTROY to window failed. Retrying...");
