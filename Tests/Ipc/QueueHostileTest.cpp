@@ -12,6 +12,7 @@
 
 using namespace QueueTests;
 using Oskal::Lib::Exceptions::UException;
+using Oskal::Lib::Exceptions::UInvalidOperationException;
 
 namespace
 {
@@ -68,28 +69,16 @@ TEST(QueueHostile, DamagedLists)
             Put(queue, 2);
             unsigned long* pulBlocks = BlockOf(queue, 0) - 16;
             (damage[0] < 16 ? WordsOf(queue) : pulBlocks)[damage[0]] = damage[1];
-            bool bRefused = false;
-            try
-            {
-                opener.Open(name.c_str());
-            }
-            catch (const Oskal::Lib::Exceptions::UInvalidOperationException&)
-            {
-                bRefused = true;
-            }
-            EXPECT_EQ(damage[2] != 0, bRefused);
+            EXPECT_EQ(damage[2] ? L"Shared memory region does not hold a valid queue." : L"no exception",
+                      ThrownMessage<UInvalidOperationException>([&] { opener.Open(name.c_str()); }));
             // Entries behind a broken link may be lost, an entry without a count is read only after
             // a later write, and an operation may fail once; then written entries arrive again.
             bool bArrived = !bOverwrite;
             for (unsigned int attempt = 0; attempt < 2 * kBlocks && !bArrived; ++attempt)
-                try
-                {
+                ThrownMessage<UException>([&] {
                     for (int value = Put(queue, 42) ? Take(queue) : -1; value != -1 && !bArrived; value = Take(queue))
                         bArrived = value == 42;
-                }
-                catch (const UException&)
-                {
-                }
+                });
             EXPECT_TRUE(bArrived);
             std::vector<void*> held[2];
             for (unsigned int i = 0; i < 40; ++i)

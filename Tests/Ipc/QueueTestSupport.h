@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Oskal/Lib/Ipc/USharedMemoryQueue.h>
+#include <Oskal/Lib/UException.h>
 
 #include <string>
 #include <utility>
@@ -54,6 +55,20 @@ inline Entries Drain(USharedMemoryQueue& queue)
     for (int value = Take(queue, &ulLost); value != -1; value = Take(queue, &ulLost))
         entries.emplace_back(value, ulLost);
     return entries;
+}
+
+// The message of the exception of type E that fn throws, or "no exception".
+template <typename E, typename F> std::wstring ThrownMessage(F fn)
+{
+    try
+    {
+        fn();
+    }
+    catch (const E& e)
+    {
+        return e.GetMessageText();
+    }
+    return L"no exception";
 }
 
 } // namespace QueueTests

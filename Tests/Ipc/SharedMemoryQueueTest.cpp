@@ -18,19 +18,6 @@ using Oskal::Lib::Ipc::USharedMemory;
 namespace
 {
 
-template <typename E, typename F> std::wstring ThrownMessage(F fn)
-{
-    try
-    {
-        fn();
-    }
-    catch (const E& e)
-    {
-        return e.GetMessageText();
-    }
-    return L"no exception";
-}
-
 TEST(SharedMemoryQueue, RegionLayout)
 {
     const std::wstring name = UniqueName();

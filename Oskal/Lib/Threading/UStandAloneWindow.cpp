@@ -35,8 +35,9 @@ struct UWindowMap
 
 UWindowMap& Windows()
 {
-    static UWindowMap map;
-    return map;
+    // Never destroyed: a window object may outlive the module's static data.
+    static UWindowMap* pMap = new UWindowMap;
+    return *pMap;
 }
 
 // The window under construction: messages that CreateWindowExW sends before the map knows the
