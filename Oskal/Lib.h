@@ -62,6 +62,11 @@
 #include <Oskal/Lib/IO/UStream.h>
 #include <Oskal/Lib/IO/UStreamReader.h>
 #include <Oskal/Lib/IO/UStreamWriter.h>
+#include <Oskal/Lib/Ipc/USharedMemory.h>
+#include <Oskal/Lib/Ipc/USharedMemoryQueue.h>
+#include <Oskal/Lib/Logging/ILogger.h>
+#include <Oskal/Lib/Logging/ULog.h>
+#include <Oskal/Lib/Logging/ULogSeverity.h>
 #include <Oskal/Lib/Logging/ULoggingException.h>
 #include <Oskal/Lib/Math/UIntegerI32.h>
 #include <Oskal/Lib/Math/UIntegerI64.h>
@@ -95,8 +100,14 @@
 #include <Oskal/Lib/Text/UUTF8Decoder.h>
 #include <Oskal/Lib/Text/UUTF8Encoder.h>
 #include <Oskal/Lib/Text/UUTF8Encoding.h>
+#include <Oskal/Lib/Threading/IThreadProc.h>
 #include <Oskal/Lib/Threading/UCriticalSection.h>
 #include <Oskal/Lib/Threading/UCriticalSectionAutoLock.h>
+#include <Oskal/Lib/Threading/UStandAloneWindow.h>
+#include <Oskal/Lib/Threading/UThread.h>
+#include <Oskal/Lib/Threading/UThreadPool.h>
+#include <Oskal/Lib/Threading/UThreadPoolTask.h>
+#include <Oskal/Lib/Threading/UThreadPoolThread.h>
 #include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UDecimal.h>
 #include <Oskal/Lib/UDeviceNotRespondingException.h>
