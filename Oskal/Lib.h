@@ -61,6 +61,9 @@
 #include <Oskal/Lib/IO/UStream.h>
 #include <Oskal/Lib/IO/UStreamReader.h>
 #include <Oskal/Lib/IO/UStreamWriter.h>
+#include <Oskal/Lib/Logging/ULogFile.h>
+#include <Oskal/Lib/Logging/ULogLevel.h>
+#include <Oskal/Lib/Logging/ULogLevelMask.h>
 #include <Oskal/Lib/Logging/ULoggingException.h>
 #include <Oskal/Lib/Math/UIntegerI32.h>
 #include <Oskal/Lib/Math/UIntegerI64.h>
