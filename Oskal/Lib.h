@@ -61,9 +61,12 @@
 #include <Oskal/Lib/IO/UStream.h>
 #include <Oskal/Lib/IO/UStreamReader.h>
 #include <Oskal/Lib/IO/UStreamWriter.h>
+#include <Oskal/Lib/Logging/ILogger.h>
+#include <Oskal/Lib/Logging/ULog.h>
 #include <Oskal/Lib/Logging/ULogFile.h>
 #include <Oskal/Lib/Logging/ULogLevel.h>
 #include <Oskal/Lib/Logging/ULogLevelMask.h>
+#include <Oskal/Lib/Logging/ULogSeverity.h>
 #include <Oskal/Lib/Logging/ULoggingException.h>
 #include <Oskal/Lib/Math/UIntegerI32.h>
 #include <Oskal/Lib/Math/UIntegerI64.h>
@@ -95,8 +98,10 @@
 #include <Oskal/Lib/Text/UUTF8Decoder.h>
 #include <Oskal/Lib/Text/UUTF8Encoder.h>
 #include <Oskal/Lib/Text/UUTF8Encoding.h>
+#include <Oskal/Lib/Threading/IThreadProc.h>
 #include <Oskal/Lib/Threading/UCriticalSection.h>
 #include <Oskal/Lib/Threading/UCriticalSectionAutoLock.h>
+#include <Oskal/Lib/Threading/UThread.h>
 #include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UDecimal.h>
 #include <Oskal/Lib/UDeviceNotRespondingException.h>
