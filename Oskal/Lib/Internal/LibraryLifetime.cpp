@@ -1,6 +1,7 @@
 #include <Oskal/Lib/Internal/LibraryLifetime.h>
 
 #include <Oskal/Lib/Logging/ULogLevel.h>
+#include <Oskal/Lib/Logging/ULogSource.h>
 #include <Oskal/Lib/Win32Api.h>
 
 namespace Oskal
@@ -12,11 +13,14 @@ namespace Internal
 
 void LibraryLifetime::Attach()
 {
+    Logging::ULogSource::InitialStartup();
     Logging::ULogLevel::InitialStartup();
 }
 
 void LibraryLifetime::Detach()
 {
+    // The source goes first: it still names levels while it disconnects.
+    Logging::ULogSource::FinalShutdown();
     Logging::ULogLevel::FinalShutdown();
 }
 

@@ -1,5 +1,7 @@
 #include <Oskal/Lib/Logging/ULogLevel.h>
 
+#include <Oskal/Lib/Logging/ULogSource.h>
+
 #include <Oskal/Lib/Threading/UCriticalSectionAutoLock.h>
 #include <Oskal/Lib/Win32Api.h>
 
@@ -68,6 +70,11 @@ const ULogLevel* ULogLevel::GetAspect(const wchar_t* pszName)
     ULogLevel* level = new ULogLevel(pszName, 0);
     level->m_ulId = static_cast<unsigned long>(InterlockedIncrement(&s_ulNextLogLevelId) - 1);
     s_pLogLevels->Add(level);
+    // A connected log sink server learns the new level's id and name. Only a source that
+    // exists already is told: making one here would take its lock after ours.
+    if (!s_bInitializing)
+        if (ULogSource* source = ULogSource::GetPublished())
+            source->ProcessLogLevelAdded(level);
     return level;
 }
 
