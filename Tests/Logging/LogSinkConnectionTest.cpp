@@ -9,7 +9,8 @@
 #include <string>
 #include <vector>
 
-namespace {
+namespace
+{
 
 using namespace Oskal::Lib::Logging;
 typedef ULogBridge::ULogEntryBlock Block;
