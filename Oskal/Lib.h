@@ -116,3 +116,6 @@
 #include <Oskal/Lib/UWin32Exception.h>
 #include <Oskal/Lib/Win32Api.h>
 #include <Oskal/Lib/Xml/UXmlException.h>
+#include <Oskal/Lib/Xml/UXmlSpace.h>
+#include <Oskal/Lib/Xml/UXmlWriter.h>
+#include <Oskal/Lib/Xml/UXmlWriterState.h>
