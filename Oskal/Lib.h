@@ -124,3 +124,10 @@
 #include <Oskal/Lib/UWin32Exception.h>
 #include <Oskal/Lib/Win32Api.h>
 #include <Oskal/Lib/Xml/UXmlException.h>
+#include <Oskal/Lib/Xml/UXmlNameTable.h>
+#include <Oskal/Lib/Xml/UXmlNodeType.h>
+#include <Oskal/Lib/Xml/UXmlReader.h>
+#include <Oskal/Lib/Xml/UXmlReaderState.h>
+#include <Oskal/Lib/Xml/UXmlSpace.h>
+#include <Oskal/Lib/Xml/UXmlWriter.h>
+#include <Oskal/Lib/Xml/UXmlWriterState.h>
