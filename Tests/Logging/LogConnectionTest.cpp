@@ -1,7 +1,9 @@
 // Log entries across processes: writer processes of this test program log through their log
 // source to a log sink server, or to their log file when no server runs.
 #include "Support/ChildProcess.h"
+#include "Support/TestFiles.h"
 
+#include <Oskal/Lib/Logging/ULogConfiguration.h>
 #include <Oskal/Lib/Logging/ULogLevel.h>
 #include <Oskal/Lib/Logging/ULogSinkServer.h>
 #include <Oskal/Lib/Logging/ULogSource.h>
@@ -289,6 +291,18 @@ TEST(LogConnection, DISABLED_FileWriter)
     writer->Write(ULogLevel::Warning, L"%s enabled %d", marker.c_str(), 1);
     writer->Write(ULogLevel::Note, L"%s disabled", marker.c_str());
     writer->Write(high, L"%s beyond the mask", marker.c_str());
+
+    // A configuration sets the masks of writers made before and after it.
+    if (!ChildArgument(L"OSKAL_LOG_CONFIG").empty())
+    {
+        ULogConfiguration configuration;
+        configuration.Load(ChildArgument(L"OSKAL_LOG_CONFIG").c_str());
+        source->ApplyConfiguration(configuration);
+        ULogWriter* mixer = source->GetWriter(L"Plant.Mixer");
+        writer->Write(ULogLevel::Warning, L"%s tank warning", marker.c_str());
+        mixer->Write(ULogLevel::Warning, L"%s mixer warning", marker.c_str());
+        mixer->Write(ULogLevel::Error, L"%s mixer error", marker.c_str());
+    }
     // A server that starts now is not looked for: the source stays with its file.
     if (!ChildArgument(L"OSKAL_LOG_STARTED").empty())
     {
@@ -305,12 +319,22 @@ TEST(LogConnection, DISABLED_FileWriter)
 TEST(LogConnection, WithoutAServerEntriesGoToTheLogFile)
 {
     OSKAL_RUN_IN_CHILD(60000);
-    TestProcess writer("LogConnection.DISABLED_FileWriter", {{L"OSKAL_LOG_MARKER", L"marker-7f3a"}});
+    OskalTests::TempFile configuration(L"logconfig");
+    if (FILE* f = _wfopen(configuration.Path(), L"wb"))
+    {
+        std::fputs("<Plant level=\"Failure\"><Mixer level=\"Error\"/><Tank include=\"Warning\"/></Plant>", f);
+        std::fclose(f);
+    }
+    TestProcess writer("LogConnection.DISABLED_FileWriter",
+                       {{L"OSKAL_LOG_MARKER", L"marker-7f3a"}, {L"OSKAL_LOG_CONFIG", configuration.Path()}});
     ASSERT_EQ(0, writer.Wait(30000));
     const std::string text = TakeLogFilesWith("marker-7f3a");
     EXPECT_NE(std::string::npos, text.find("\tWarning\tPlant.Tank\tmarker-7f3a enabled 1\r\n")) << text;
     EXPECT_EQ(std::string::npos, text.find("disabled"));
     EXPECT_EQ(std::string::npos, text.find("beyond the mask"));
+    EXPECT_NE(std::string::npos, text.find("marker-7f3a tank warning"));
+    EXPECT_EQ(std::string::npos, text.find("mixer warning"));
+    EXPECT_NE(std::string::npos, text.find("\tError\tPlant.Mixer\tmarker-7f3a mixer error"));
 }
 
 TEST(LogConnection, AWriterStartedBeforeTheServerStaysWithItsFile)

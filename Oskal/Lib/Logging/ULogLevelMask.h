@@ -17,8 +17,11 @@ namespace Logging
 class OSKAL_LIB_API ULogLevelMask
 {
 public:
-    static const unsigned long BitCount = 640;
-    static const unsigned long WordCount = 10;
+    enum : unsigned long
+    {
+        BitCount = 640,
+        WordCount = 10
+    };
 
     ULogLevelMask();
     // Copies ten words.

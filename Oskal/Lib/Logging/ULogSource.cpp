@@ -2,6 +2,7 @@
 
 #include <Oskal/Lib/Internal/ArgumentChecks.h>
 #include <Oskal/Lib/Internal/WideFormat.h>
+#include <Oskal/Lib/Logging/ULogConfiguration.h>
 #include <Oskal/Lib/Logging/ULogFile.h>
 #include <Oskal/Lib/Threading/UCriticalSectionAutoLock.h>
 #include <Oskal/Lib/UException.h>
@@ -51,13 +52,14 @@ void CopyName(wchar_t* pwcTarget, unsigned long ulCapacity, const wchar_t* pszNa
 
 ULogSource::ULogSource()
     : m_hServerProcess(nullptr), m_ulNextClassId(0), m_lConnected(0), m_lLastAliveCheck(0), m_pLogFile(nullptr),
-      m_bQueueCreated(0)
+      m_pConfiguration(nullptr), m_bQueueCreated(0)
 {
 }
 
 ULogSource::~ULogSource()
 {
     Shutdown();
+    delete m_pConfiguration;
     for (unsigned long i = 0; i < m_writers.GetLength(); ++i)
     {
         delete m_writers[i]->pWriter;
@@ -269,9 +271,21 @@ ULogWriter* ULogSource::GetWriter(const wchar_t* pszClassName)
         WriteNameBlock(eLogBlockType_ClassName, pszClassName);
     WriterRecord* record = new WriterRecord{m_ulNextClassId, name, nullptr};
     record->pWriter = new ULogWriter(record->ulClassId, &record->className);
+    if (m_pConfiguration != nullptr)
+        record->pWriter->SetLogLevelMask(m_pConfiguration->GetLogLevelMask(pszClassName));
     m_writers.Add(record);
     ++m_ulNextClassId;
     return record->pWriter;
+}
+
+void ULogSource::ApplyConfiguration(const ULogConfiguration& configuration)
+{
+    ULogConfiguration* copy = new ULogConfiguration(configuration);
+    UCriticalSectionAutoLock lock(ULogLevel::GetLock());
+    delete m_pConfiguration;
+    m_pConfiguration = copy;
+    for (unsigned long i = 0; i < m_writers.GetLength(); ++i)
+        m_writers[i]->pWriter->SetLogLevelMask(copy->GetLogLevelMask(m_writers[i]->className.GetBuffer()));
 }
 
 int ULogSource::SetApplicationName(const wchar_t* pszName)

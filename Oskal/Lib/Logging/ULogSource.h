@@ -27,6 +27,7 @@ namespace Logging
 {
 
 class ULogFile;
+class ULogConfiguration;
 
 // The process's one log source: it carries the entries of its writers to the log sink server
 // through a shared-memory queue named after this process, or, when no server could be reached
@@ -44,6 +45,9 @@ public:
 
     // 1 while entries go to a log sink server.
     int IsConnected() const;
+
+    // Sets every writer's mask from the configuration, now and for writers made later.
+    void ApplyConfiguration(const ULogConfiguration& configuration);
 
 private:
     friend class ULogWriter;
@@ -88,6 +92,7 @@ private:
     volatile long m_lConnected;
     volatile long m_lLastAliveCheck; // tick count of the last look at the server process
     ULogFile* m_pLogFile;
+    ULogConfiguration* m_pConfiguration; // null: new writers start with an empty mask
     int m_bQueueCreated;
 };
 
