@@ -14,6 +14,7 @@
 
 #include <cstdio>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -186,6 +187,24 @@ TEST(LogConnection, EntriesOfSeveralWritersArriveIntactAndInOrder)
         ExpectIntactEntries(server.sink.EntriesOf(writer->Id()), writer->Id(), count);
     }
     EXPECT_EQ(0u, server.server->GetConnectionCount());
+}
+
+// More writers than one wait can watch (each brings its queue's event and its process).
+TEST(LogConnection, ServesMoreWritersThanOneWaitTakes)
+{
+    OSKAL_RUN_IN_CHILD(240000);
+    Server server;
+    ASSERT_EQ(1, server.started);
+    std::vector<std::unique_ptr<TestProcess>> writers;
+    for (int i = 0; i < 36; ++i)
+        writers.emplace_back(new TestProcess("LogConnection.DISABLED_Writer",
+                                             {{L"OSKAL_LOG_COUNT", L"8"}, {L"OSKAL_LOG_MODE", L"paced"}}));
+    for (auto& writer : writers)
+    {
+        EXPECT_EQ(0, writer->Wait(120000));
+        ASSERT_TRUE(server.WaitUntil([&] { return server.sink.HasEnded(writer->Id()); }));
+        ExpectIntactEntries(server.sink.EntriesOf(writer->Id()), writer->Id(), 8);
+    }
 }
 
 // Overflow: a flooding writer loses entries, but every entry that arrives is whole and in
