@@ -53,18 +53,24 @@ if ! have_packages; then
   fi
 fi
 
-if ! ls "$cache"/expat_*.orig.tar.* >/dev/null 2>&1; then
+# expat is unpacked from the source package with dpkg-source so that Debian's security patches
+# are applied; the bare orig tarball lacks them. A stamp names the package version that was
+# unpacked: a tree from an older set-up (no stamp, or another version) is unpacked again.
+if ! ls "$cache"/expat_*.dsc >/dev/null 2>&1; then
   mkdir -p "$cache"
   (cd "$cache" && apt-get source --download-only expat)
 fi
-if [ ! -f "$cache/expat-src/expat/CMakeLists.txt" ]; then
+expat_dsc=$(ls "$cache"/expat_*.dsc | sort -V | tail -n 1)
+expat_version=$(sed -n 's/^Version: //p' "$expat_dsc")
+expat_stamp="$cache/expat-src/.oskal-unpacked"
+if [ "$(cat "$expat_stamp" 2>/dev/null)" != "$expat_version" ] \
+  || [ ! -f "$cache/expat-src/expat/CMakeLists.txt" ]; then
   rm -rf "$cache/expat-src"
-  mkdir -p "$cache/expat-src"
-  tar -xf "$(ls "$cache"/expat_*.orig.tar.* | head -n 1)" -C "$cache/expat-src" --strip-components=1
-  [ -f "$cache/expat-src/expat/CMakeLists.txt" ] || {
-    # Some tarballs hold expat/ at the top level rather than one directory down.
-    rm -rf "$cache/expat-src"; mkdir -p "$cache/expat-src"
-    tar -xf "$(ls "$cache"/expat_*.orig.tar.* | head -n 1)" -C "$cache/expat-src"
-  }
+  dpkg-source --no-check -x "$expat_dsc" "$cache/expat-src"
+  # The CVE-2024-8176 backport tests "#if XML_DTD == 1", while the CMake template defines the
+  # macro empty.
+  sed -i 's/^#cmakedefine XML_DTD$/#cmakedefine XML_DTD 1/' "$cache/expat-src/expat/expat_config.h.cmake"
+  grep -qx '#cmakedefine XML_DTD 1' "$cache/expat-src/expat/expat_config.h.cmake"
+  echo "$expat_version" >"$expat_stamp"
 fi
 echo "setup: machine ready"

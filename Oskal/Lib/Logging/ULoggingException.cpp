@@ -1,6 +1,11 @@
 #include <Oskal/Lib/Logging/ULoggingException.h>
 
-namespace Oskal { namespace Lib { namespace Logging {
+namespace Oskal
+{
+namespace Lib
+{
+namespace Logging
+{
 
 ULoggingException::ULoggingException() {}
 
@@ -10,4 +15,6 @@ ULoggingException::ULoggingException(const ULoggingException& other) : Exception
 
 ULoggingException::~ULoggingException() {}
 
-}}} // namespace Oskal::Lib::Logging
+} // namespace Logging
+} // namespace Lib
+} // namespace Oskal

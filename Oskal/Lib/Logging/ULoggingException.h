@@ -3,7 +3,12 @@
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UException.h>
 
-namespace Oskal { namespace Lib { namespace Logging {
+namespace Oskal
+{
+namespace Lib
+{
+namespace Logging
+{
 
 class OSKAL_LIB_API ULoggingException : public Exceptions::UException
 {
@@ -14,4 +19,6 @@ public:
     ~ULoggingException() override;
 };
 
-}}} // namespace Oskal::Lib::Logging
+} // namespace Logging
+} // namespace Lib
+} // namespace Oskal

@@ -1,0 +1,149 @@
+// Log entries per second from ULogWriter::Write in one process to a sink's callback in another,
+// against named-event round trips per second between two processes in the same run.
+#include "BenchReport.h"
+
+#include <Oskal/Lib/Logging/ULogLevel.h>
+#include <Oskal/Lib/Logging/ULogSinkServer.h>
+#include <Oskal/Lib/Logging/ULogSource.h>
+#include <Oskal/Lib/Logging/ULogWriter.h>
+
+#include <cstdio>
+#include <cwchar>
+#include <string>
+
+using namespace Oskal::Lib::Logging;
+
+namespace
+{
+
+const unsigned long kEntries = 20000;
+const unsigned long kBurst = 40; // entries between acknowledgements: the queue holds 50 blocks
+const unsigned long kRoundTrips = 20000;
+
+const wchar_t kAck[] = L"OskalBenchLogAck";
+const wchar_t kPing[] = L"OskalBenchPing";
+const wchar_t kPong[] = L"OskalBenchPong";
+
+HANDLE Start(const wchar_t* pszRole)
+{
+    wchar_t path[MAX_PATH];
+    GetModuleFileNameW(nullptr, path, MAX_PATH);
+    std::wstring command = L"\"" + std::wstring(path) + L"\" " + pszRole;
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION process = {};
+    if (!CreateProcessW(nullptr, &command[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process))
+        return nullptr;
+    CloseHandle(process.hThread);
+    return process.hProcess;
+}
+
+// Counts entries; acknowledges every burst so the writer never overflows the queue.
+class CountingSink : public ULogSink
+{
+public:
+    CountingSink() : m_ulCount(0), m_dFirst(0), m_dLast(0), m_hAck(CreateEventW(nullptr, FALSE, FALSE, kAck)) {}
+    void OnLogEntry(const LOG_SINK_ENTRY&) override
+    {
+        const double now = OskalBench::Now();
+        if (m_ulCount++ == 0)
+            m_dFirst = now;
+        m_dLast = now;
+        if (m_ulCount % kBurst == 0)
+            SetEvent(m_hAck);
+    }
+    volatile unsigned long m_ulCount;
+    double m_dFirst, m_dLast;
+    HANDLE m_hAck;
+};
+
+int RunWriter()
+{
+    HANDLE ack = OpenEventW(SYNCHRONIZE, FALSE, kAck);
+    ULogSource* source = ULogSource::GetInstance();
+    if (ack == nullptr || !source->IsConnected())
+        return 1;
+    ULogWriter* writer = source->GetWriter(L"Bench.Writer");
+    ULogLevelMask mask;
+    mask.SetBit(ULogLevel::Note->GetLogLevelId());
+    writer->SetLogLevelMask(mask);
+    for (unsigned long i = 0; i < kEntries; ++i)
+    {
+        writer->Write(ULogLevel::Note, L"entry %lu of the benchmark", i);
+        if ((i + 1) % kBurst == 0 && WaitForSingleObject(ack, 10000) != WAIT_OBJECT_0)
+            return 2;
+    }
+    return 0;
+}
+
+int RunPong()
+{
+    HANDLE ping = OpenEventW(SYNCHRONIZE, FALSE, kPing);
+    HANDLE pong = OpenEventW(EVENT_MODIFY_STATE, FALSE, kPong);
+    if (ping == nullptr || pong == nullptr)
+        return 1;
+    for (unsigned long i = 0; i < kRoundTrips; ++i)
+    {
+        if (WaitForSingleObject(ping, 10000) != WAIT_OBJECT_0)
+            return 2;
+        SetEvent(pong);
+    }
+    return 0;
+}
+
+double RoundTripsPerSecond()
+{
+    HANDLE ping = CreateEventW(nullptr, FALSE, FALSE, kPing);
+    HANDLE pong = CreateEventW(nullptr, FALSE, FALSE, kPong);
+    HANDLE child = Start(L"--pong");
+    const double start = OskalBench::Now();
+    for (unsigned long i = 0; i < kRoundTrips; ++i)
+    {
+        SetEvent(ping);
+        if (WaitForSingleObject(pong, 10000) != WAIT_OBJECT_0)
+            return 0;
+    }
+    const double elapsed = OskalBench::Now() - start;
+    WaitForSingleObject(child, 10000);
+    CloseHandle(child);
+    CloseHandle(ping);
+    CloseHandle(pong);
+    return kRoundTrips / elapsed;
+}
+
+double EntriesPerSecond()
+{
+    CountingSink sink;
+    ULogSinkServer* server = ULogSinkServer::Create();
+    server->AttachEventReceipient(&sink);
+    double rate = 0;
+    if (server->Start())
+    {
+        // Timed from the first entry's arrival, so the writer's start-up is left out.
+        HANDLE writer = Start(L"--writer");
+        for (DWORD begin = GetTickCount(); sink.m_ulCount < kEntries && GetTickCount() - begin < 60000;)
+            Sleep(1);
+        if (sink.m_ulCount >= kEntries)
+            rate = (kEntries - 1) / (sink.m_dLast - sink.m_dFirst);
+        WaitForSingleObject(writer, 10000);
+        CloseHandle(writer);
+    }
+    server->Stop();
+    server->DetachEventReceipient(&sink);
+    server->Release();
+    return rate;
+}
+
+} // namespace
+
+int wmain(int argc, wchar_t** argv)
+{
+    if (argc > 1 && std::wcscmp(argv[1], L"--writer") == 0)
+        return RunWriter();
+    if (argc > 1 && std::wcscmp(argv[1], L"--pong") == 0)
+        return RunPong();
+    const double trips = RoundTripsPerSecond();
+    const double entries = EntriesPerSecond();
+    OskalBench::Report("log.entries", entries, "entries/s", "event.roundtrips", trips);
+    return entries > 0 ? 0 : 1;
+}

@@ -1,0 +1,123 @@
+#include <Oskal/Lib/Xml/UXmlNameTable.h>
+
+#include <Oskal/Lib/Internal/ArgumentChecks.h>
+
+#include <cwchar>
+#include <set>
+
+namespace Oskal
+{
+namespace Lib
+{
+namespace Xml
+{
+
+namespace
+{
+
+struct Key
+{
+    unsigned long hash;
+    const wchar_t* pwc;
+    unsigned long count;
+};
+
+struct Entry
+{
+    unsigned long hash;
+    UString text;
+};
+
+int CompareUnits(const wchar_t* pwcLeft, unsigned long ulLeft, const wchar_t* pwcRight, unsigned long ulRight)
+{
+    const unsigned long common = ulLeft < ulRight ? ulLeft : ulRight;
+    for (unsigned long i = 0; i < common; ++i)
+        if (pwcLeft[i] != pwcRight[i])
+            return pwcLeft[i] < pwcRight[i] ? -1 : 1;
+    return ulLeft == ulRight ? 0 : (ulLeft < ulRight ? -1 : 1);
+}
+
+// Ordered by hash, then by text: entries with equal hashes sit side by side, and a lookup
+// among many colliding names stays logarithmic.
+struct Less
+{
+    using is_transparent = void;
+
+    static Key KeyOf(const Entry& entry) { return Key{entry.hash, entry.text.GetBuffer(), entry.text.GetLength()}; }
+    static bool Before(const Key& left, const Key& right)
+    {
+        if (left.hash != right.hash)
+            return left.hash < right.hash;
+        return CompareUnits(left.pwc, left.count, right.pwc, right.count) < 0;
+    }
+    bool operator()(const Entry& left, const Entry& right) const { return Before(KeyOf(left), KeyOf(right)); }
+    bool operator()(const Entry& left, const Key& right) const { return Before(KeyOf(left), right); }
+    bool operator()(const Key& left, const Entry& right) const { return Before(left, KeyOf(right)); }
+};
+
+} // namespace
+
+class UXmlNameTable::Entries
+{
+public:
+    std::set<Entry, Less> items;
+};
+
+UXmlNameTable::UXmlNameTable() : m_pEntries(new Entries()) {}
+
+UXmlNameTable::UXmlNameTable(const UXmlNameTable& other) : m_pEntries(new Entries(*other.m_pEntries)) {}
+
+UXmlNameTable& UXmlNameTable::operator=(const UXmlNameTable& other)
+{
+    if (this != &other)
+    {
+        Entries* copy = new Entries(*other.m_pEntries);
+        delete m_pEntries;
+        m_pEntries = copy;
+    }
+    return *this;
+}
+
+UXmlNameTable::~UXmlNameTable()
+{
+    delete m_pEntries;
+}
+
+unsigned long UXmlNameTable::Hash(const wchar_t* pwcText, unsigned long ulCount)
+{
+    unsigned long x = 0, s = 0;
+    for (unsigned long i = 0; i < ulCount; ++i)
+    {
+        x ^= pwcText[i];
+        s += pwcText[i];
+    }
+    return (((ulCount << 8) | x) << 16) | s;
+}
+
+const UString& UXmlNameTable::Add(const wchar_t* pszText)
+{
+    Internal::ThrowIfNull(pszText, L"pszText");
+    return Add(pszText, static_cast<unsigned long>(std::wcslen(pszText)));
+}
+
+const UString& UXmlNameTable::Add(const wchar_t* pwcText, unsigned long ulCount)
+{
+    Internal::ThrowIfNull(pwcText, L"pwcText");
+    unsigned long count = 0;
+    while (count < ulCount && pwcText[count] != 0)
+        ++count;
+    const Key key{Hash(pwcText, count), pwcText, count};
+    auto found = m_pEntries->items.find(key);
+    if (found != m_pEntries->items.end())
+        return found->text;
+    return m_pEntries->items.insert(Entry{key.hash, UString(pwcText, count)}).first->text;
+}
+
+void UXmlNameTable::Clear()
+{
+    m_pEntries->items.clear();
+}
+
+} // namespace Xml
+} // namespace Lib
+} // namespace Oskal

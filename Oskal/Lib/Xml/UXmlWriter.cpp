@@ -1,0 +1,1178 @@
+#include <Oskal/Lib/Xml/UXmlWriter.h>
+
+#include <Oskal/Lib/Internal/ArgumentChecks.h>
+#include <Oskal/Lib/Text/UUTF8Encoding.h>
+#include <Oskal/Lib/UArgumentException.h>
+#include <Oskal/Lib/UInvalidOperationException.h>
+
+#include <cwchar>
+#include <vector>
+
+namespace Oskal
+{
+namespace Lib
+{
+namespace Xml
+{
+
+using Exceptions::UArgumentException;
+using Exceptions::UInvalidOperationException;
+
+namespace
+{
+
+const unsigned long kWholeString = 0xFFFFFFFFUL;
+const wchar_t kNotProperState[] = L"Writer is not in the proper state for this operation.";
+const wchar_t kInvalidState[] = L"Invalid writer state for this operation.";
+
+struct Attribute
+{
+    UString prefix;
+    UString localName;
+    UString value;
+};
+
+struct Declaration
+{
+    UString prefix;
+    UString uri;
+};
+
+struct Element
+{
+    UString prefix;
+    UString localName;
+    UString uri;
+    UString lang;
+    UXmlSpace space = eXmlSpace_None;
+    int bHasChildElements = 0;
+    std::vector<Attribute> attributes;
+    std::vector<Declaration> declarations;
+};
+
+bool IsHighSurrogate(wchar_t wc)
+{
+    return wc >= 0xD800 && wc <= 0xDBFF;
+}
+
+bool IsLowSurrogate(wchar_t wc)
+{
+    return wc >= 0xDC00 && wc <= 0xDFFF;
+}
+
+// The code point at *pulIndex, which moves past it; false for a broken surrogate sequence.
+bool NextCodePoint(const wchar_t* pwc, unsigned long ulCount, unsigned long* pulIndex, unsigned long* pulCodePoint)
+{
+    wchar_t wc = pwc[*pulIndex];
+    if (IsLowSurrogate(wc))
+        return false;
+    if (IsHighSurrogate(wc))
+    {
+        if (*pulIndex + 1 >= ulCount || !IsLowSurrogate(pwc[*pulIndex + 1]))
+            return false;
+        *pulCodePoint = 0x10000 + ((static_cast<unsigned long>(wc) - 0xD800) << 10) +
+                        (static_cast<unsigned long>(pwc[*pulIndex + 1]) - 0xDC00);
+        *pulIndex += 2;
+        return true;
+    }
+    *pulCodePoint = wc;
+    *pulIndex += 1;
+    return true;
+}
+
+bool IsNameStart(unsigned long cp)
+{
+    return (cp >= L'a' && cp <= L'z') || (cp >= L'A' && cp <= L'Z') || cp == L'_' || cp == L':' ||
+           (cp >= 0xC0 && cp <= 0xD6) || (cp >= 0xD8 && cp <= 0xF6) || (cp >= 0xF8 && cp <= 0x2FF) ||
+           (cp >= 0x370 && cp <= 0x37D) || (cp >= 0x37F && cp <= 0x1FFF) || (cp >= 0x200C && cp <= 0x200D) ||
+           (cp >= 0x2070 && cp <= 0x218F) || (cp >= 0x2C00 && cp <= 0x2FEF) || (cp >= 0x3001 && cp <= 0xD7FF) ||
+           (cp >= 0xF900 && cp <= 0xFDCF) || (cp >= 0xFDF0 && cp <= 0xFFFD) || (cp >= 0x10000 && cp <= 0xEFFFF);
+}
+
+bool IsNameChar(unsigned long cp)
+{
+    return IsNameStart(cp) || cp == L'-' || cp == L'.' || (cp >= L'0' && cp <= L'9') || cp == 0xB7 ||
+           (cp >= 0x300 && cp <= 0x36F) || (cp >= 0x203F && cp <= 0x2040);
+}
+
+bool IsLegalChar(unsigned long cp)
+{
+    return cp == 0x9 || cp == 0xA || cp == 0xD || (cp >= 0x20 && cp <= 0xD7FF) || (cp >= 0xE000 && cp <= 0xFFFD) ||
+           (cp >= 0x10000 && cp <= 0x10FFFF);
+}
+
+enum NameRule
+{
+    eElementName,   // name-start character first, name characters after
+    eNamespaceName, // the same without any colon
+    eNmToken        // name characters only
+};
+
+// An empty string passes; a broken surrogate sequence throws.
+bool CheckName(const wchar_t* psz, NameRule eRule)
+{
+    if (psz == nullptr)
+        return true;
+    const unsigned long length = static_cast<unsigned long>(std::wcslen(psz));
+    unsigned long index = 0;
+    while (index < length)
+    {
+        const bool first = index == 0;
+        unsigned long cp = 0;
+        if (!NextCodePoint(psz, length, &index, &cp))
+            throw UArgumentException(L"pszName", L"Malformed UTF-16 string.");
+        if (eRule == eNamespaceName && cp == L':')
+            return false;
+        if (!(first && eRule != eNmToken ? IsNameStart(cp) : IsNameChar(cp)))
+            return false;
+    }
+    return true;
+}
+
+bool AllLegalChars(const wchar_t* psz)
+{
+    const unsigned long length = static_cast<unsigned long>(std::wcslen(psz));
+    unsigned long index = 0;
+    while (index < length)
+    {
+        unsigned long cp = 0;
+        if (!NextCodePoint(psz, length, &index, &cp) || !IsLegalChar(cp))
+            return false;
+    }
+    return true;
+}
+
+bool IsWhite(wchar_t wc)
+{
+    return wc == L' ' || wc == L'\t' || wc == L'\r' || wc == L'\n';
+}
+
+bool AllWhite(const wchar_t* psz)
+{
+    for (; *psz != 0; ++psz)
+        if (!IsWhite(*psz))
+            return false;
+    return true;
+}
+
+bool IsEmpty(const wchar_t* psz)
+{
+    return psz == nullptr || *psz == 0;
+}
+
+const wchar_t* OrEmpty(const wchar_t* psz)
+{
+    return psz != nullptr ? psz : L"";
+}
+
+// The qualified name prefix:local (just local without a prefix).
+UString QualifiedName(const UString& prefix, const UString& localName)
+{
+    if (prefix.IsEmpty())
+        return localName;
+    UString name(prefix);
+    name.Append(L':');
+    name.Append(localName);
+    return name;
+}
+
+bool IsDeclaration(const Attribute& attribute)
+{
+    return attribute.prefix == UString(L"xmlns") || attribute.localName == UString(L"xmlns");
+}
+
+// The units in text or attribute values that are written as something else.
+bool NeedsEscape(wchar_t wc, bool bAttribute)
+{
+    if (wc < 0x20)
+        return wc != 9 && wc != 10 && wc != 13;
+    return wc == L'&' || wc == L'<' || wc == L'>' || (wc >= 0xD800 && wc <= 0xDFFF) ||
+           (bAttribute && (wc == L'"' || wc == L'\''));
+}
+
+} // namespace
+
+class UXmlWriter::ElementStack
+{
+public:
+    std::vector<Element> items;
+
+    Element& Top() { return items.back(); }
+    const Element& Top() const { return items.back(); }
+    unsigned long Depth() const { return static_cast<unsigned long>(items.size()); }
+
+    // The namespace bound to the prefix in scope, or null.
+    const UString* LookupNamespace(const UString& prefix) const
+    {
+        for (auto element = items.rbegin(); element != items.rend(); ++element)
+            for (auto declaration = element->declarations.rbegin(); declaration != element->declarations.rend();
+                 ++declaration)
+                if (declaration->prefix == prefix)
+                    return &declaration->uri;
+        return nullptr;
+    }
+};
+
+UXmlWriter::UXmlWriter(IO::UStream* pStream)
+    : IO::UStreamWriter(pStream, Text::UUTF8Encoding::Create(1, 1)), m_pElements(nullptr)
+{
+    // The base took its own reference of the encoding made above.
+    IO::UStreamWriter::GetEncoding()->Release();
+    Init();
+}
+
+UXmlWriter::UXmlWriter(IO::UStream* pStream, Text::UEncoding* pEncoding)
+    : IO::UStreamWriter(pStream, pEncoding), m_pElements(nullptr)
+{
+    Init();
+}
+
+void UXmlWriter::Init()
+{
+    m_state = eXmlWriterState_Start;
+    m_bRootWritten = 0;
+    m_bRootElementWritten = 0;
+    m_bClosing = 0;
+    m_indentChars = L"  ";
+    m_wcQuoteChar = L'"';
+    m_pElements = new ElementStack();
+}
+
+UXmlWriter::~UXmlWriter()
+{
+    delete m_pElements;
+}
+
+void UXmlWriter::CheckUsable() const
+{
+    if (m_state == eXmlWriterState_Closed)
+        throw UInvalidOperationException(L"Writer has been closed.");
+    if (m_state == eXmlWriterState_Error)
+        throw UInvalidOperationException(L"Writer is in the error state.");
+}
+
+void UXmlWriter::FailArgument(const wchar_t* pszName, const wchar_t* pszMessage)
+{
+    m_state = eXmlWriterState_Error;
+    throw UArgumentException(pszName, pszMessage);
+}
+
+void UXmlWriter::Fail(const wchar_t* pszMessage)
+{
+    m_state = eXmlWriterState_Error;
+    throw UInvalidOperationException(pszMessage);
+}
+
+void UXmlWriter::Emit(const wchar_t* pwcText, unsigned long ulCount)
+{
+    try
+    {
+        IO::UStreamWriter::Write(pwcText, ulCount);
+    }
+    catch (...)
+    {
+        // Part of a construct may be out already: nothing after it can be trusted.
+        m_state = eXmlWriterState_Error;
+        throw;
+    }
+}
+
+void UXmlWriter::Emit(const UString& text)
+{
+    Emit(text.GetBuffer(), text.GetLength());
+}
+
+void UXmlWriter::AppendNewLineAndIndent(UStringBuilder& out, unsigned long ulLevels)
+{
+    const UString& newLine = IO::UStreamWriter::GetNewLine();
+    out.Append(newLine.GetBuffer(), newLine.GetLength());
+    for (unsigned long i = 0; i < ulLevels; ++i)
+        out.Append(m_indentChars.GetBuffer(), m_indentChars.GetLength());
+}
+
+void UXmlWriter::SetNewLine(const UString& newLine)
+{
+    CheckUsable();
+    IO::UStreamWriter::SetNewLine(newLine);
+}
+
+void UXmlWriter::Flush()
+{
+    // The stream writer's Close flushes through here after the state has become Closed.
+    if (!m_bClosing)
+        CheckUsable();
+    IO::UStreamWriter::Flush();
+}
+
+void UXmlWriter::Close()
+{
+    if (m_state != eXmlWriterState_Closed && m_state != eXmlWriterState_Error)
+        WriteEndDocument();
+    m_state = eXmlWriterState_Closed;
+    // Flushes the encoder the first time only; the stream stays open.
+    m_bClosing = 1;
+    try
+    {
+        IO::UStreamWriter::Close();
+    }
+    catch (...)
+    {
+        m_bClosing = 0;
+        throw;
+    }
+    m_bClosing = 0;
+}
+
+UXmlWriterState UXmlWriter::GetWriteState() const
+{
+    return m_state;
+}
+
+UXmlSpace UXmlWriter::GetXmlSpace() const
+{
+    return m_pElements->items.empty() ? eXmlSpace_None : m_pElements->Top().space;
+}
+
+const UString& UXmlWriter::GetXmlLang() const
+{
+    return m_pElements->items.empty() ? UString::Empty : m_pElements->Top().lang;
+}
+
+const UString& UXmlWriter::GetIndentChars() const
+{
+    return m_indentChars;
+}
+
+void UXmlWriter::SetIndentChars(const wchar_t* pszIndentChars)
+{
+    Internal::ThrowIfNull(pszIndentChars, L"pszIndentChars");
+    if (!AllWhite(pszIndentChars))
+        throw UArgumentException(L"pszIndentChars", L"String contains non-white space characters.");
+    CheckUsable();
+    m_indentChars = pszIndentChars;
+}
+
+wchar_t UXmlWriter::GetQuoteChar() const
+{
+    return m_wcQuoteChar;
+}
+
+void UXmlWriter::SetQuoteChar(wchar_t wcQuoteChar)
+{
+    if (wcQuoteChar != L'"' && wcQuoteChar != L'\'')
+        throw UArgumentException(L"wcQuoteChar", L"Quote character is neither a single quote nor a double quote.");
+    CheckUsable();
+    m_wcQuoteChar = wcQuoteChar;
+}
+
+// ---- Document and prolog ----
+
+void UXmlWriter::WriteStartDocument(int bStandalone)
+{
+    WriteDeclaration(bStandalone ? L"yes" : L"no");
+}
+
+void UXmlWriter::WriteStartDocument()
+{
+    WriteDeclaration(nullptr);
+}
+
+void UXmlWriter::WriteDeclaration(const wchar_t* pszStandalone)
+{
+    CheckUsable();
+    if (m_state != eXmlWriterState_Start)
+        throw UInvalidOperationException(
+            L"This method must be called before any other write method since it starts a XML document.");
+    const wchar_t quote[2] = {m_wcQuoteChar, 0};
+    m_scratch.Clear(0);
+    m_scratch.Append(L"<?xml version=");
+    m_scratch.Append(quote);
+    m_scratch.Append(L"1.0");
+    m_scratch.Append(quote);
+    m_scratch.Append(L" encoding=");
+    m_scratch.Append(quote);
+    m_scratch.Append(IO::UStreamWriter::GetEncoding()->GetName());
+    m_scratch.Append(quote);
+    if (pszStandalone != nullptr)
+    {
+        m_scratch.Append(L" standalone=");
+        m_scratch.Append(quote);
+        m_scratch.Append(pszStandalone);
+        m_scratch.Append(quote);
+    }
+    m_scratch.Append(L"?>");
+    Emit(m_scratch);
+    m_bRootWritten = 1;
+    m_state = eXmlWriterState_Prolog;
+}
+
+void UXmlWriter::WriteProcessingInstruction(const wchar_t* pszName, const wchar_t* pszText)
+{
+    CheckNameArgument(pszName);
+    const wchar_t* text = OrEmpty(pszText);
+    if (std::wcsstr(text, L"?>") != nullptr)
+        throw UArgumentException(L"pszText", L"String contains '?>' (end of processing instruction).");
+    CheckUsable();
+    m_scratch.Clear(0);
+    if (std::wcscmp(pszName, L"xml") == 0)
+    {
+        if (m_bRootWritten)
+            throw UArgumentException(L"pszName", L"An XML declaration was written already.");
+        if (m_state != eXmlWriterState_Start)
+            throw UArgumentException(L"pszName", L"XML declaration is not the first node in the document.");
+        m_bRootWritten = 1;
+        m_state = eXmlWriterState_Prolog;
+    }
+    else if (m_state == eXmlWriterState_Prolog)
+        AppendNewLineAndIndent(m_scratch, 0);
+    else if (m_state != eXmlWriterState_Start)
+        throw UInvalidOperationException(kNotProperState);
+    m_scratch.Append(L"<?");
+    m_scratch.Append(pszName);
+    m_scratch.Append(L' ');
+    m_scratch.Append(text);
+    m_scratch.Append(L"?>");
+    Emit(m_scratch);
+}
+
+void UXmlWriter::WriteDocType(const wchar_t* pszName, const wchar_t* pszPublicId, const wchar_t* pszSystemId,
+                              const wchar_t* pszSubset)
+{
+    CheckNameArgument(pszName);
+    const bool hasPublic = !IsEmpty(pszPublicId);
+    const bool hasSystem = !IsEmpty(pszSystemId);
+    if (!hasPublic && !hasSystem)
+        throw UArgumentException(L"pszPublicId, pszSystemId", L"You must specify pszPublic or pszSystem (or both).");
+    // The identifiers always stand between double quotes.
+    if ((hasPublic && std::wcschr(pszPublicId, L'"') != nullptr) ||
+        (hasSystem && std::wcschr(pszSystemId, L'"') != nullptr))
+        throw UArgumentException(hasPublic ? L"pszPublicId" : L"pszSystemId", L"String contains a double quote.");
+    CheckUsable();
+    if (m_state != eXmlWriterState_Prolog)
+        throw UInvalidOperationException(L"A DOCTYPE declaration must be written in the prolog only (invalid writer "
+                                         L"state).");
+    m_scratch.Clear(0);
+    AppendNewLineAndIndent(m_scratch, 0);
+    m_scratch.Append(L"<!DOCTYPE ");
+    m_scratch.Append(pszName);
+    if (hasPublic)
+    {
+        m_scratch.Append(L" PUBLIC \"");
+        m_scratch.Append(pszPublicId);
+        m_scratch.Append(L'"');
+        if (hasSystem)
+        {
+            m_scratch.Append(L" \"");
+            m_scratch.Append(pszSystemId);
+            m_scratch.Append(L'"');
+        }
+    }
+    else
+    {
+        m_scratch.Append(L" SYSTEM \"");
+        m_scratch.Append(pszSystemId);
+        m_scratch.Append(L'"');
+    }
+    if (pszSubset != nullptr)
+    {
+        m_scratch.Append(L" [");
+        m_scratch.Append(pszSubset);
+        m_scratch.Append(L']');
+    }
+    m_scratch.Append(L'>');
+    Emit(m_scratch);
+}
+
+// ---- Elements ----
+
+void UXmlWriter::WriteStartElement(const wchar_t* pszPrefix, const wchar_t* pszLocalName, const wchar_t* pszNamespace)
+{
+    StartElement(pszPrefix, pszLocalName, pszNamespace, true);
+}
+
+void UXmlWriter::WriteStartElement(const wchar_t* pszLocalName, const wchar_t* pszNamespace)
+{
+    StartElement(L"", pszLocalName, pszNamespace, true);
+}
+
+void UXmlWriter::WriteStartElement(const wchar_t* pszLocalName)
+{
+    StartElement(L"", pszLocalName, L"", false);
+}
+
+void UXmlWriter::StartElement(const wchar_t* pszPrefix, const wchar_t* pszLocalName, const wchar_t* pszNamespace,
+                              bool bNamespaceGiven)
+{
+    Internal::ThrowIfNull(pszLocalName, L"pszLocalName");
+    if (*pszLocalName == 0)
+        throw UArgumentException(L"pszLocalName", L"Argument 'pszLocalName' must not be an empty string.");
+    if (bNamespaceGiven)
+    {
+        Internal::ThrowIfNull(pszNamespace, L"pszNamespace");
+        if (*pszNamespace == 0)
+            throw UArgumentException(L"pszNamespace", L"Argument 'pszNamespace' must not be an empty string.");
+    }
+    const wchar_t* prefix = OrEmpty(pszPrefix);
+    if (!CheckName(prefix, eNamespaceName))
+        throw UArgumentException(L"pszPrefix", L"Invalid prefix name.");
+    if (!CheckName(pszLocalName, eElementName))
+        throw UArgumentException(L"pszLocalName", L"Invalid element name.");
+    // Kept: namespace URIs pass the prefix rule, so "http://..." is refused (pinned by
+    // XmlWriterTest.NamespaceUriFollowsThePrefixRule).
+    if (!CheckName(pszNamespace, eNamespaceName))
+        throw UArgumentException(L"pszNamespace", L"Invalid namespace name.");
+    CheckUsable();
+    // Kept: without a declaration a second root element is not refused (pinned by
+    // XmlWriterTest.SecondRootElement).
+    if (m_bRootWritten && m_bRootElementWritten && m_state == eXmlWriterState_Content && m_pElements->items.empty())
+        throw UInvalidOperationException(L"Writing another root element would violate well-formedness.");
+
+    m_scratch.Clear(0);
+    switch (m_state)
+    {
+    case eXmlWriterState_Attribute:
+    case eXmlWriterState_Element:
+        WriteCurrentElementAndAttributes();
+        m_scratch.Append(L'>');
+        AppendNewLineAndIndent(m_scratch, m_pElements->Depth());
+        break;
+    case eXmlWriterState_Content:
+    case eXmlWriterState_Prolog:
+        AppendNewLineAndIndent(m_scratch, m_pElements->Depth());
+        break;
+    case eXmlWriterState_Start:
+        break;
+    default:
+        throw UInvalidOperationException(kNotProperState);
+    }
+    m_scratch.Append(L'<');
+    Emit(m_scratch);
+
+    Element element;
+    element.prefix = prefix;
+    element.localName = pszLocalName;
+    element.uri = OrEmpty(pszNamespace);
+    if (!m_pElements->items.empty())
+    {
+        Element& parent = m_pElements->Top();
+        parent.bHasChildElements = 1;
+        element.lang = parent.lang;
+        element.space = parent.space;
+    }
+    if (bNamespaceGiven)
+    {
+        const UString* bound = m_pElements->LookupNamespace(element.prefix);
+        if (bound == nullptr || !(*bound == element.uri))
+        {
+            element.declarations.push_back(Declaration{element.prefix, element.uri});
+            if (element.prefix.IsEmpty())
+                element.attributes.push_back(Attribute{UString(), UString(L"xmlns"), element.uri});
+            else
+                element.attributes.push_back(Attribute{UString(L"xmlns"), element.prefix, element.uri});
+        }
+    }
+    m_pElements->items.push_back(element);
+    m_state = eXmlWriterState_Element;
+}
+
+void UXmlWriter::WriteCurrentElementAndAttributes()
+{
+    if (m_state == eXmlWriterState_Attribute)
+        WriteEndAttribute();
+    const Element& element = m_pElements->Top();
+    const wchar_t quote = m_wcQuoteChar;
+    if (!element.prefix.IsEmpty())
+    {
+        m_scratch.Append(element.prefix.GetBuffer(), element.prefix.GetLength());
+        m_scratch.Append(L':');
+    }
+    m_scratch.Append(element.localName.GetBuffer(), element.localName.GetLength());
+    // Namespace declarations first, then the other attributes, each in the order written.
+    for (int pass = 0; pass < 2; ++pass)
+        for (const Attribute& attribute : element.attributes)
+        {
+            if (IsDeclaration(attribute) != (pass == 0))
+                continue;
+            m_scratch.Append(L' ');
+            if (!attribute.prefix.IsEmpty())
+            {
+                m_scratch.Append(attribute.prefix.GetBuffer(), attribute.prefix.GetLength());
+                m_scratch.Append(L':');
+            }
+            m_scratch.Append(attribute.localName.GetBuffer(), attribute.localName.GetLength());
+            m_scratch.Append(L'=');
+            m_scratch.Append(quote);
+            m_scratch.Append(attribute.value.GetBuffer(), attribute.value.GetLength());
+            m_scratch.Append(quote);
+        }
+}
+
+void UXmlWriter::CloseElementStartTag()
+{
+    CheckUsable();
+    if (m_state != eXmlWriterState_Attribute && m_state != eXmlWriterState_Element)
+        return;
+    m_scratch.Clear(0);
+    WriteCurrentElementAndAttributes();
+    m_scratch.Append(L'>');
+    Emit(m_scratch);
+    m_state = eXmlWriterState_Content;
+}
+
+void UXmlWriter::WriteEndElement()
+{
+    CheckUsable();
+    const bool pending = m_state == eXmlWriterState_Attribute || m_state == eXmlWriterState_Element;
+    if (m_pElements->items.empty() || (!pending && m_state != eXmlWriterState_Content))
+        throw UInvalidOperationException(L"Not writing attribute, element or content at the moment.");
+    m_scratch.Clear(0);
+    if (pending)
+    {
+        WriteCurrentElementAndAttributes();
+        m_scratch.Append(L" />");
+    }
+    else
+    {
+        const Element& element = m_pElements->Top();
+        if (element.bHasChildElements)
+            AppendNewLineAndIndent(m_scratch, m_pElements->Depth() - 1);
+        m_scratch.Append(L"</");
+        if (!element.prefix.IsEmpty())
+        {
+            m_scratch.Append(element.prefix.GetBuffer(), element.prefix.GetLength());
+            m_scratch.Append(L':');
+        }
+        m_scratch.Append(element.localName.GetBuffer(), element.localName.GetLength());
+        m_scratch.Append(L'>');
+    }
+    Emit(m_scratch);
+    m_pElements->items.pop_back();
+    if (m_pElements->items.empty())
+        m_bRootElementWritten = 1;
+    m_state = eXmlWriterState_Content;
+}
+
+void UXmlWriter::WriteFullEndElement()
+{
+    CloseElementStartTag();
+    WriteEndElement();
+}
+
+void UXmlWriter::WriteEndDocument()
+{
+    CheckUsable();
+    while (!m_pElements->items.empty())
+        WriteEndElement();
+}
+
+void UXmlWriter::WriteElementString(const wchar_t* pszPrefix, const wchar_t* pszLocalName, const wchar_t* pszNamespace,
+                                    const wchar_t* pszValue)
+{
+    WriteStartElement(pszPrefix, pszLocalName, pszNamespace);
+    WriteString(pszValue);
+    WriteEndElement();
+}
+
+void UXmlWriter::WriteElementString(const wchar_t* pszLocalName, const wchar_t* pszNamespace, const wchar_t* pszValue)
+{
+    WriteStartElement(pszLocalName, pszNamespace);
+    WriteString(pszValue);
+    WriteEndElement();
+}
+
+void UXmlWriter::WriteElementString(const wchar_t* pszLocalName, const wchar_t* pszValue)
+{
+    WriteStartElement(pszLocalName);
+    WriteString(pszValue);
+    WriteEndElement();
+}
+
+// ---- Attributes ----
+
+void UXmlWriter::WriteStartAttribute(const wchar_t* pszPrefix, const wchar_t* pszLocalName, const wchar_t* pszNamespace)
+{
+    StartAttribute(pszPrefix, pszLocalName, pszNamespace);
+}
+
+void UXmlWriter::WriteStartAttribute(const wchar_t* pszLocalName, const wchar_t* pszNamespace)
+{
+    StartAttribute(L"", pszLocalName, pszNamespace);
+}
+
+void UXmlWriter::WriteStartAttribute(const wchar_t* pszLocalName)
+{
+    StartAttribute(L"", pszLocalName, L"");
+}
+
+void UXmlWriter::StartAttribute(const wchar_t* pszPrefix, const wchar_t* pszLocalName, const wchar_t* pszNamespace)
+{
+    const wchar_t* prefix = OrEmpty(pszPrefix);
+    const wchar_t* uri = OrEmpty(pszNamespace);
+    if (!CheckName(prefix, eNamespaceName))
+        throw UArgumentException(L"pszPrefix", L"Argument 'pszPrefix' is not a valid namespace name.");
+    Internal::ThrowIfNull(pszLocalName, L"pszLocalName");
+    if (*pszLocalName == 0)
+        throw UArgumentException(L"pszLocalName", L"Argument 'pszLocalName' must not be an empty string.");
+    if (!CheckName(pszLocalName, eElementName))
+        throw UArgumentException(L"pszLocalName", L"Attribute name is not a valid XML name.");
+    if (!CheckName(uri, eNamespaceName))
+        throw UArgumentException(L"pszNamespace", L"Argument 'pszNamespace' is not a valid namespace name.");
+    CheckUsable();
+    if (m_state != eXmlWriterState_Element && m_state != eXmlWriterState_Attribute)
+        Fail(L"Cannot write an attribute when not within an element.");
+
+    Element& element = m_pElements->Top();
+    UString attributePrefix(prefix);
+    // An empty namespace declares nothing; a declaration attribute itself is never namespaced.
+    if (*uri != 0 && !(attributePrefix == UString(L"xmlns")))
+    {
+        const UString namespaceUri(uri);
+        if (attributePrefix.IsEmpty())
+        {
+            // A default namespace does not apply to attributes: they need a real prefix.
+            const UString* found = LookupPrefix(namespaceUri);
+            if (found != nullptr && !found->IsEmpty())
+                attributePrefix = *found;
+            else
+                attributePrefix = GeneratePrefix();
+        }
+        const UString* bound = m_pElements->LookupNamespace(attributePrefix);
+        if (bound == nullptr || !(*bound == namespaceUri))
+        {
+            for (const Declaration& declaration : element.declarations)
+                if (declaration.prefix == attributePrefix)
+                    throw UArgumentException(L"pszPrefix", L"The prefix is bound to another namespace on this "
+                                                           L"element.");
+            element.declarations.push_back(Declaration{attributePrefix, namespaceUri});
+            element.attributes.push_back(Attribute{UString(L"xmlns"), attributePrefix, namespaceUri});
+        }
+    }
+    // Kept: an attribute that is still open keeps an empty value; only the last record is ever
+    // completed (pinned by XmlWriterTest.StartingAnAttributeLeavesTheOpenOneEmpty).
+    element.attributes.push_back(Attribute{attributePrefix, UString(pszLocalName), UString()});
+    m_value.Clear(0);
+    m_state = eXmlWriterState_Attribute;
+}
+
+void UXmlWriter::WriteEndAttribute()
+{
+    CheckUsable();
+    if (m_state != eXmlWriterState_Attribute)
+        throw UInvalidOperationException(L"State of the writer is not eXmlWriterState_Attribute.");
+    Element& element = m_pElements->Top();
+    Attribute& attribute = element.attributes.back();
+    attribute.value.Assign(m_value.GetBuffer(), m_value.GetLength());
+    const UString name = QualifiedName(attribute.prefix, attribute.localName);
+    if (name == UString(L"xml:space"))
+    {
+        if (attribute.value == UString(L"preserve"))
+            element.space = eXmlSpace_Preserve;
+        else if (attribute.value == UString(L"default"))
+            element.space = eXmlSpace_Default;
+        else
+            FailArgument(L"pszValue", L"Invalid value for attribute 'xml:space'.");
+    }
+    else if (name == UString(L"xml:lang"))
+        element.lang = attribute.value;
+    else if (name == UString(L"xmlns"))
+        element.declarations.push_back(Declaration{UString(), attribute.value});
+    else if (attribute.prefix == UString(L"xmlns"))
+        element.declarations.push_back(Declaration{attribute.localName, attribute.value});
+    m_state = eXmlWriterState_Element;
+}
+
+void UXmlWriter::WriteAttributeString(const wchar_t* pszPrefix, const wchar_t* pszLocalName,
+                                      const wchar_t* pszNamespace, const wchar_t* pszValue)
+{
+    WriteStartAttribute(pszPrefix, pszLocalName, pszNamespace);
+    WriteString(pszValue);
+    WriteEndAttribute();
+}
+
+void UXmlWriter::WriteAttributeString(const wchar_t* pszLocalName, const wchar_t* pszNamespace, const wchar_t* pszValue)
+{
+    WriteStartAttribute(pszLocalName, pszNamespace);
+    WriteString(pszValue);
+    WriteEndAttribute();
+}
+
+void UXmlWriter::WriteAttributeString(const wchar_t* pszLocalName, const wchar_t* pszValue)
+{
+    WriteStartAttribute(pszLocalName);
+    WriteString(pszValue);
+    WriteEndAttribute();
+}
+
+const UString* UXmlWriter::LookupPrefix(const UString& namespaceUri) const
+{
+    const auto& items = m_pElements->items;
+    for (auto element = items.rbegin(); element != items.rend(); ++element)
+        for (auto declaration = element->declarations.rbegin(); declaration != element->declarations.rend();
+             ++declaration)
+        {
+            // A binding counts only while no inner declaration hides its prefix.
+            if (declaration->uri == namespaceUri)
+            {
+                const UString* current = m_pElements->LookupNamespace(declaration->prefix);
+                if (current != nullptr && *current == namespaceUri)
+                    return &declaration->prefix;
+            }
+        }
+    return nullptr;
+}
+
+UString UXmlWriter::GeneratePrefix() const
+{
+    wchar_t candidate[32];
+    for (unsigned long counter = 1;; ++counter)
+    {
+        std::swprintf(candidate, 32, L"d%lup%lu", m_pElements->Depth(), counter);
+        const UString prefix(candidate);
+        if (m_pElements->LookupNamespace(prefix) == nullptr)
+            return prefix;
+    }
+}
+
+// ---- Text ----
+
+void UXmlWriter::WriteStringInternal(const wchar_t* pszText, unsigned long ulLength)
+{
+    const bool attribute = m_state == eXmlWriterState_Attribute;
+    if (!attribute)
+        m_value.Clear(0);
+    if (pszText == nullptr)
+        return;
+    const unsigned long length = ulLength == kWholeString ? static_cast<unsigned long>(std::wcslen(pszText)) : ulLength;
+    unsigned long runStart = 0;
+    unsigned long index = 0;
+    while (index < length)
+    {
+        const wchar_t wc = pszText[index];
+        if (!NeedsEscape(wc, attribute))
+        {
+            ++index;
+            continue;
+        }
+        if (wc >= 0xD800 && wc <= 0xDFFF)
+        {
+            if (!IsHighSurrogate(wc) || index + 1 >= length || !IsLowSurrogate(pszText[index + 1]))
+                throw UArgumentException(L"pszText", L"Detected malformed UTF-16 string.");
+            index += 2;
+            continue;
+        }
+        m_value.Append(pszText + runStart, index - runStart);
+        switch (wc)
+        {
+        case L'&':
+            m_value.Append(L"&amp;", 5);
+            break;
+        case L'<':
+            m_value.Append(L"&lt;", 4);
+            break;
+        case L'>':
+            m_value.Append(L"&gt;", 4);
+            break;
+        case L'"':
+            m_value.Append(L"&quot;", 6);
+            break;
+        case L'\'':
+            m_value.Append(L"&apos;", 6);
+            break;
+        default: {
+            // Kept: control characters become "&#0x" and two hexadecimal digits, without a
+            // semicolon (pinned by XmlWriterTest.TextEscaping).
+            wchar_t reference[8];
+            std::swprintf(reference, 8, L"&#0x%02X", static_cast<unsigned int>(wc));
+            m_value.Append(reference, 6);
+            break;
+        }
+        }
+        runStart = ++index;
+    }
+    if (attribute)
+    {
+        m_value.Append(pszText + runStart, length - runStart);
+        return;
+    }
+    if (runStart == 0)
+    {
+        // Nothing to escape: the text goes out as it is.
+        Emit(pszText, length);
+        return;
+    }
+    m_value.Append(pszText + runStart, length - runStart);
+    Emit(m_value);
+}
+
+void UXmlWriter::WriteText(const wchar_t* pwcText, unsigned long ulCount)
+{
+    CheckUsable();
+    switch (m_state)
+    {
+    case eXmlWriterState_Attribute:
+    case eXmlWriterState_Content:
+        break;
+    case eXmlWriterState_Element:
+        CloseElementStartTag();
+        break;
+    default:
+        throw UInvalidOperationException(kNotProperState);
+    }
+    WriteStringInternal(pwcText, ulCount);
+}
+
+void UXmlWriter::WriteString(const wchar_t* pszText)
+{
+    WriteText(pszText, kWholeString);
+}
+
+void UXmlWriter::WriteChars(const wchar_t* pwcBuffer, unsigned long ulCount)
+{
+    Internal::ThrowIfNull(pwcBuffer, L"pwcBuffer");
+    WriteText(pwcBuffer, ulCount);
+}
+
+void UXmlWriter::WriteValueBool(int bValue)
+{
+    WriteText(bValue ? L"true" : L"false", kWholeString);
+}
+
+void UXmlWriter::WriteValueU32(unsigned long ulValue)
+{
+    wchar_t text[20];
+    std::swprintf(text, 20, L"%lu", ulValue);
+    WriteText(text, kWholeString);
+}
+
+void UXmlWriter::WriteValueI32(long lValue)
+{
+    wchar_t text[20];
+    std::swprintf(text, 20, L"%ld", lValue);
+    WriteText(text, kWholeString);
+}
+
+void UXmlWriter::WriteValueU64(unsigned __int64 ullValue)
+{
+    wchar_t text[30];
+    std::swprintf(text, 30, L"%llu", ullValue);
+    WriteText(text, kWholeString);
+}
+
+void UXmlWriter::WriteValueI64(unsigned __int64 ullValue)
+{
+    wchar_t text[30];
+    std::swprintf(text, 30, L"%lld", static_cast<long long>(ullValue));
+    WriteText(text, kWholeString);
+}
+
+void UXmlWriter::PrepareWritingText()
+{
+    CheckUsable();
+    switch (m_state)
+    {
+    case eXmlWriterState_Attribute:
+    case eXmlWriterState_Content:
+        return;
+    case eXmlWriterState_Element:
+        CloseElementStartTag();
+        return;
+    default:
+        Fail(kInvalidState);
+    }
+}
+
+void UXmlWriter::EmitRaw(const wchar_t* pwcText, unsigned long ulCount)
+{
+    if (m_state == eXmlWriterState_Attribute)
+        m_value.Append(pwcText, ulCount);
+    else
+        Emit(pwcText, ulCount);
+}
+
+void UXmlWriter::WriteCData(const wchar_t* pszText)
+{
+    Internal::ThrowIfNull(pszText, L"pszText");
+    CheckUsable();
+    switch (m_state)
+    {
+    case eXmlWriterState_Attribute:
+    case eXmlWriterState_Element:
+        CloseElementStartTag();
+        break;
+    case eXmlWriterState_Content:
+        break;
+    default:
+        Fail(kInvalidState);
+    }
+    if (!AllLegalChars(pszText))
+        FailArgument(L"pszText", L"String contains invalid characters.");
+    if (std::wcsstr(pszText, L"]]>") != nullptr)
+        FailArgument(L"pszText", L"String contains ']]>' (end of CDATA sequence).");
+    m_scratch.Clear(0);
+    m_scratch.Append(L"<![CDATA[");
+    m_scratch.Append(pszText);
+    m_scratch.Append(L"]]>");
+    Emit(m_scratch);
+    m_state = eXmlWriterState_Content;
+}
+
+void UXmlWriter::WriteComment(const wchar_t* pszText)
+{
+    Internal::ThrowIfNull(pszText, L"pszText");
+    CheckUsable();
+    if (!AllLegalChars(pszText))
+        throw UArgumentException(L"pszText", L"String contains invalid characters.");
+    if (std::wcsstr(pszText, L"--") != nullptr)
+        FailArgument(L"pszText", L"String contains '--' (end of comment).");
+    const size_t length = std::wcslen(pszText);
+    // "-->" after a trailing hyphen would hold "--" as well.
+    if (length != 0 && pszText[length - 1] == L'-')
+        FailArgument(L"pszText", L"String ends with '-' (end of comment).");
+    CloseElementStartTag();
+    m_scratch.Clear(0);
+    AppendNewLineAndIndent(m_scratch, m_pElements->Depth());
+    m_scratch.Append(L"<!--");
+    m_scratch.Append(pszText);
+    m_scratch.Append(L"-->");
+    Emit(m_scratch);
+    m_state = eXmlWriterState_Content;
+}
+
+void UXmlWriter::WriteCharEntity(wchar_t wcChar)
+{
+    CheckUsable();
+    if (wcChar >= 0xD800 && wcChar <= 0xDFFF)
+        throw UArgumentException(L"wcChar", L"Surrogate pair characters (0xd800 - 0xdfff) are not allowed.");
+    PrepareWritingText();
+    wchar_t reference[16];
+    const int length = std::swprintf(reference, 16, L"&#x%X;", static_cast<unsigned int>(wcChar));
+    EmitRaw(reference, static_cast<unsigned long>(length));
+}
+
+void UXmlWriter::CheckNameArgument(const wchar_t* pszName)
+{
+    if (pszName == nullptr)
+        throw UArgumentException(L"pszName", L"Argument 'pszName' is NULL.");
+    if (*pszName == 0)
+        throw UArgumentException(L"pszName", L"Argument 'pszName' is an empty string.");
+    if (!CheckName(pszName, eElementName))
+        throw UArgumentException(L"pszName", L"Argument 'pszName' is not a valid XML name.");
+}
+
+void UXmlWriter::WriteEntityRef(const wchar_t* pszName)
+{
+    CheckNameArgument(pszName);
+    PrepareWritingText();
+    m_scratch.Clear(0);
+    m_scratch.Append(L'&');
+    m_scratch.Append(pszName);
+    m_scratch.Append(L';');
+    EmitRaw(m_scratch.GetBuffer(), m_scratch.GetLength());
+}
+
+void UXmlWriter::WriteName(const wchar_t* pszName)
+{
+    CheckNameArgument(pszName);
+    PrepareWritingText();
+    EmitRaw(pszName, static_cast<unsigned long>(std::wcslen(pszName)));
+}
+
+void UXmlWriter::WriteNmToken(const wchar_t* pszNmToken)
+{
+    if (IsEmpty(pszNmToken) || !CheckName(pszNmToken, eNmToken))
+        throw UArgumentException(L"pszNmToken", L"Argument 'pszNmToken' is not a valid NmToken.");
+    PrepareWritingText();
+    EmitRaw(pszNmToken, static_cast<unsigned long>(std::wcslen(pszNmToken)));
+}
+
+void UXmlWriter::WriteWhitespace(const wchar_t* pszText)
+{
+    Internal::ThrowIfNull(pszText, L"pszText");
+    if (!AllWhite(pszText))
+        throw UArgumentException(L"pszText", L"String contains non-white space characters.");
+    // White space is fine in the prolog and after the root, so no state is refused here.
+    CloseElementStartTag();
+    EmitRaw(pszText, static_cast<unsigned long>(std::wcslen(pszText)));
+}
+
+void UXmlWriter::WriteQualifiedName(const wchar_t* pszLocalName, const wchar_t* pszNamespace)
+{
+    Internal::ThrowIfNull(pszLocalName, L"pszLocalName");
+    if (*pszLocalName == 0)
+        throw UArgumentException(L"pszLocalName", L"Argument 'pszLocalName' must not be an empty string.");
+    if (!CheckName(pszLocalName, eElementName))
+        throw UArgumentException(L"pszLocalName", L"Argument 'pszLocalName' is not a valid xml name.");
+    const UString* prefix = LookupPrefix(UString(OrEmpty(pszNamespace)));
+    if (IsEmpty(pszNamespace) || prefix == nullptr)
+        throw UArgumentException(L"pszNamespace", L"Namespace is not defined.");
+    PrepareWritingText();
+    m_scratch.Clear(0);
+    // Kept: the colon stands even after the empty prefix of a default namespace (pinned by
+    // XmlWriterTest.QualifiedNames).
+    m_scratch.Append(prefix->GetBuffer(), prefix->GetLength());
+    m_scratch.Append(L':');
+    m_scratch.Append(pszLocalName);
+    EmitRaw(m_scratch.GetBuffer(), m_scratch.GetLength());
+}
+
+void UXmlWriter::WriteBase64(const unsigned char* pbyBuffer, unsigned long ulCount)
+{
+    Internal::ThrowIfNull(pbyBuffer, L"pbyBuffer");
+    PrepareWritingText();
+    static const wchar_t kDigits[] = L"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    // 192 bytes make 256 characters: only the last chunk can end in padding.
+    wchar_t chunk[256];
+    unsigned long done = 0;
+    while (done < ulCount)
+    {
+        const unsigned long take = ulCount - done < 192 ? ulCount - done : 192;
+        unsigned long used = 0;
+        for (unsigned long i = 0; i < take; i += 3)
+        {
+            const unsigned long left = take - i;
+            const unsigned long b0 = pbyBuffer[done + i];
+            const unsigned long b1 = left > 1 ? pbyBuffer[done + i + 1] : 0;
+            const unsigned long b2 = left > 2 ? pbyBuffer[done + i + 2] : 0;
+            const unsigned long bits = (b0 << 16) | (b1 << 8) | b2;
+            chunk[used++] = kDigits[(bits >> 18) & 63];
+            chunk[used++] = kDigits[(bits >> 12) & 63];
+            chunk[used++] = left > 1 ? kDigits[(bits >> 6) & 63] : L'=';
+            chunk[used++] = left > 2 ? kDigits[bits & 63] : L'=';
+        }
+        EmitRaw(chunk, used);
+        done += take;
+    }
+}
+
+void UXmlWriter::WriteBinHex(const unsigned char* pbyBuffer, unsigned long ulCount)
+{
+    Internal::ThrowIfNull(pbyBuffer, L"pbyBuffer");
+    PrepareWritingText();
+    static const wchar_t kDigits[] = L"0123456789ABCDEF";
+    wchar_t chunk[256];
+    unsigned long done = 0;
+    while (done < ulCount)
+    {
+        const unsigned long take = ulCount - done < 128 ? ulCount - done : 128;
+        for (unsigned long i = 0; i < take; ++i)
+        {
+            chunk[2 * i] = kDigits[pbyBuffer[done + i] >> 4];
+            chunk[2 * i + 1] = kDigits[pbyBuffer[done + i] & 15];
+        }
+        EmitRaw(chunk, 2 * take);
+        done += take;
+    }
+}
+
+void UXmlWriter::Indent(unsigned long ulLevels)
+{
+    CheckUsable();
+    m_scratch.Clear(0);
+    for (unsigned long i = 0; i < ulLevels; ++i)
+        m_scratch.Append(m_indentChars.GetBuffer(), m_indentChars.GetLength());
+    Emit(m_scratch);
+}
+
+} // namespace Xml
+} // namespace Lib
+} // namespace Oskal

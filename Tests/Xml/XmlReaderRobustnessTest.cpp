@@ -1,0 +1,224 @@
+// The reader on published conformance documents, on documents cut at every buffer position, on
+// hostile input, and from skewed stacks (expat calls back into the reader).
+#include "Support/SkewedStack.h"
+#include "Support/TestFiles.h"
+#include "XmlTestSupport.h"
+
+#include <Oskal/Lib/Xml/UXmlException.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <stdexcept>
+
+using namespace XmlTests;
+using Oskal::Lib::Exceptions::UException;
+
+std::wstring XmlCollidingName(unsigned long ulIndex);
+
+namespace
+{
+
+std::string LoadFile(const std::wstring& path, bool* pbFound = nullptr)
+{
+    std::string bytes;
+    FILE* file = _wfopen(path.c_str(), L"rb");
+    if (pbFound != nullptr)
+        *pbFound = file != nullptr;
+    if (file == nullptr)
+        return bytes;
+    char chunk[4096];
+    size_t n;
+    while ((n = std::fread(chunk, 1, sizeof(chunk), file)) > 0)
+        bytes.append(chunk, n);
+    std::fclose(file);
+    return bytes;
+}
+
+// Reads to the end; "" on success, else the exception's message.
+std::wstring ReadAll(IO::UStream& stream, unsigned long* pulNodes = nullptr)
+{
+    try
+    {
+        UXmlReader reader(&stream);
+        unsigned long nodes = 0;
+        while (reader.Read())
+            ++nodes;
+        if (pulNodes != nullptr)
+            *pulNodes = nodes;
+        return L"";
+    }
+    catch (const UException& e)
+    {
+        return std::wstring(L"!") + e.GetMessageText();
+    }
+}
+
+// The XMLTEST documents that need no external entities: every not-well-formed one fails with
+// a library exception, every valid one reads to the end. The catalogue itself is read with the
+// reader.
+TEST(XmlConformanceTest, XmlTestDocuments)
+{
+    OSKAL_REQUIRE_TESTDATA();
+    const std::wstring folder = OskalTests::TestDataDirectory() + L"\\xmlconf\\xmltest\\";
+    MemoryStream catalogue(LoadFile(folder + L"xmltest.xml"));
+    ASSERT_NE(0, catalogue.GetLength()) << "xmltest.xml is missing";
+    UXmlReader reader(&catalogue);
+    int notWellFormed = 0, valid = 0;
+    while (reader.ReadToFollowing(L"TEST"))
+    {
+        const std::wstring type = reader.GetAttribute(L"TYPE");
+        const std::wstring uri = reader.GetAttribute(L"URI");
+        // The reader processes namespaces: valid documents that break the namespace rules are left out.
+        const wchar_t* namespaces = reader.GetAttribute(L"NAMESPACE");
+        const bool namespaceValid = namespaces == nullptr || std::wstring(namespaces) != L"no";
+        if (std::wstring(reader.GetAttribute(L"ENTITIES")) != L"none" || (type != L"not-wf" && type != L"valid") ||
+            (type == L"valid" && !namespaceValid))
+            continue;
+        std::wstring path = folder + uri;
+        for (wchar_t& c : path)
+            if (c == L'/')
+                c = L'\\';
+        bool found = false;
+        const std::string document = LoadFile(path, &found);
+        ASSERT_TRUE(found) << Utf8(uri);
+        MemoryStream stream(document);
+        const std::wstring result = ReadAll(stream);
+        if (type == L"valid")
+        {
+            EXPECT_EQ(L"", result) << Utf8(uri);
+            ++valid;
+        }
+        else
+        {
+            EXPECT_FALSE(result.empty()) << Utf8(uri) << " was read as well-formed";
+            ++notWellFormed;
+        }
+    }
+    EXPECT_GT(notWellFormed, 150);
+    EXPECT_GT(valid, 100);
+}
+
+// Multi-byte characters cut by the 512-byte feed at each of their byte positions read the same.
+TEST(XmlConformanceTest, BufferBoundaryInsideCharacters)
+{
+    const std::wstring text = L"\xE9\x20AC\U0001F600x\x7FF\xFFFD\U0010FFFF";
+    for (int padding = 0; padding < 24; ++padding)
+    {
+        // The text starts a little before the first 512-byte boundary and then crosses it.
+        const std::string head = "<a b='" + std::string(490 + padding, 'p') + "'>";
+        const std::string document = head + "<c d='" + Utf8(text) + "'/>" + Utf8(text + text) + "</a>";
+        MemoryStream stream(document);
+        UXmlReader reader(&stream);
+        ASSERT_TRUE(reader.Read());
+        ASSERT_TRUE(reader.Read());
+        EXPECT_EQ(text, reader.GetAttribute(L"d")) << padding;
+        ASSERT_TRUE(reader.Read());
+        ASSERT_TRUE(reader.Read());
+        EXPECT_EQ(text + text, reader.GetValue().GetBuffer()) << padding;
+    }
+}
+
+// Every reading of a document reaches the stream through one 512-byte buffer at a time; the
+// callbacks run on whatever stack alignment the caller had.
+TEST(XmlConformanceTest, CallbacksOnSkewedStacks)
+{
+    const std::string document = "<?xml version='1.0'?><!--c--><r xml:lang='x'><?p d?><a b='1'>t&amp;</a><e/></r>";
+    const std::vector<std::wstring> expected = Nodes(document);
+    OskalTests::RunOnSkewedStacks("UXmlReader callbacks", [&] {
+        if (Nodes(document) != expected)
+            throw std::runtime_error("node sequence differs");
+        MemoryStream bad("<a xml:space='x'/>");
+        if (ReadAll(bad) != L"!Invalid xml:space attribute value (error in [1,0]).")
+            throw std::runtime_error("callback failure not reported");
+    });
+}
+
+TEST(XmlHostileInputTest, DeepNesting)
+{
+    const size_t levels = 100000;
+    for (const std::string root : {"<a>", "<a xml:lang='a-long-language-tag-that-every-scope-would-copy'>"})
+    {
+        std::string document = root;
+        for (size_t i = 1; i < levels; ++i)
+            document += "<a>";
+        for (size_t i = 0; i < levels; ++i)
+            document += "</a>";
+        MemoryStream stream(document);
+        UXmlReader reader(&stream);
+        unsigned long maxDepth = 0, nodes = 0;
+        while (reader.Read())
+        {
+            ++nodes;
+            maxDepth = std::max(maxDepth, reader.GetDepth());
+        }
+        EXPECT_EQ(2 * levels, nodes);
+        EXPECT_EQ(levels - 1, maxDepth);
+        // Left unclosed, the same nesting fails cleanly at the end.
+        RepeatStream unclosed(root, "<a>", levels - 1, "");
+        EXPECT_EQ(L"!Parsing XML failed", ReadAll(unclosed).substr(0, 19));
+    }
+}
+
+TEST(XmlHostileInputTest, ManyAttributes)
+{
+    std::string document = "<a";
+    for (int i = 0; i < 100000; ++i)
+        document += " n" + std::to_string(i) + "='" + std::to_string(i) + "'";
+    document += "/>";
+    MemoryStream stream(document);
+    UXmlReader reader(&stream);
+    ASSERT_TRUE(reader.Read());
+    EXPECT_EQ(100000UL, reader.GetAttributeCount());
+    EXPECT_STREQ(L"99999", reader.GetAttribute(L"n99999"));
+}
+
+TEST(XmlHostileInputTest, EntityExpansionIsBounded)
+{
+    std::string laughs = "<?xml version='1.0'?><!DOCTYPE l [<!ENTITY l0 'ha'>";
+    for (int i = 1; i <= 9; ++i)
+    {
+        laughs += "<!ENTITY l" + std::to_string(i) + " '";
+        for (int j = 0; j < 10; ++j)
+            laughs += "&l" + std::to_string(i - 1) + ";";
+        laughs += "'>";
+    }
+    laughs += "]><l>&l9;</l>";
+    MemoryStream stream(laughs);
+    const std::wstring result = ReadAll(stream);
+    EXPECT_EQ(L"!Parsing XML failed", result.substr(0, 19));
+
+    // A recursive entity is refused, not followed.
+    MemoryStream recursive("<!DOCTYPE a [<!ENTITY e '&f;'><!ENTITY f '&e;'>]><a>&e;</a>");
+    EXPECT_EQ(L'!', ReadAll(recursive)[0]);
+}
+
+// One 50 MB token fed in 512-byte buffers: the patched expat parses it in linear time.
+TEST(XmlHostileInputTest, HugeSingleToken)
+{
+    const size_t size = 50u * 1024 * 1024;
+    RepeatStream stream("<a><!--", std::string(4096, 'x'), size / 4096, "--></a>");
+    UXmlReader reader(&stream);
+    ASSERT_TRUE(reader.Read());
+    ASSERT_TRUE(reader.Read());
+    EXPECT_EQ(eXmlNodeType_Comment, reader.GetNodeType());
+    EXPECT_EQ(size, reader.GetValue().GetLength());
+    ASSERT_TRUE(reader.Read());
+    EXPECT_FALSE(reader.Read());
+}
+
+// Element names that all share one hash in the name table.
+TEST(XmlHostileInputTest, CollidingNames)
+{
+    std::string document = "<r>";
+    const unsigned long count = 30000;
+    for (unsigned long i = 0; i < count; ++i)
+        document += "<" + Utf8(XmlCollidingName(i)) + "/>";
+    document += "</r>";
+    MemoryStream stream(document);
+    unsigned long nodes = 0;
+    EXPECT_EQ(L"", ReadAll(stream, &nodes));
+    EXPECT_EQ(2 * count + 2, nodes);
+}
+
+} // namespace

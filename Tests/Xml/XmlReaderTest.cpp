@@ -1,0 +1,325 @@
+// The XML reader node by node: the node sequences with the kept rules, attributes, navigation,
+// content conversion, errors with their positions, reader states and the name table.
+#include "XmlTestSupport.h"
+
+#include <Oskal/Lib/UFormatException.h>
+#include <Oskal/Lib/UInvalidOperationException.h>
+#include <Oskal/Lib/UOverflowException.h>
+#include <Oskal/Lib/Xml/UXmlException.h>
+
+#include <gtest/gtest.h>
+
+using namespace XmlTests;
+using Oskal::Lib::Exceptions::UException;
+using Oskal::Lib::Exceptions::UFormatException;
+using Oskal::Lib::Exceptions::UInvalidOperationException;
+using Oskal::Lib::Exceptions::UOverflowException;
+
+namespace
+{
+
+std::wstring MessageOf(const std::function<void()>& body)
+{
+    try
+    {
+        body();
+    }
+    catch (const UException& e)
+    {
+        return e.GetMessageText();
+    }
+    return L"(no exception)";
+}
+
+// Node lines: "type depth name =value @attribute{namespace}=value".
+TEST(XmlReaderTest, NodeSequences)
+{
+    struct Case
+    {
+        const char* document;
+        std::vector<std::wstring> nodes;
+    };
+    const Case cases[] = {
+        // An empty element gives its end tag from the same parse step, at the same depth.
+        {"<a/>", {L"7 0 a", L"8 0 a"}},
+        {"<a>text</a>", {L"7 0 a", L"15 1  =text", L"8 0 a"}},
+        // Kept: white-space-only text is dropped.
+        {"<a>  \r\n\t</a>", {L"7 0 a", L"8 0 a"}},
+        // Kept: text directly before a child element is not delivered.
+        {"<a>x<b/>y</a>", {L"7 0 a", L"7 1 b", L"8 1 b", L"15 1  =y", L"8 0 a"}},
+        {"<a>\n  <b>1</b>\n  <!--c-->\n  <?p d?>\n</a>",
+         {L"7 0 a", L"7 1 b", L"15 2  =1", L"8 1 b", L"3 1  =c", L"13 1 p =d", L"8 0 a"}},
+        {"<a>t<!--c-->u</a>", {L"7 0 a", L"15 1  =t", L"3 1  =c", L"15 1  =u", L"8 0 a"}},
+        {"<?xml version='1.0' encoding='UTF-8' standalone='no'?><!--c--><a/>",
+         {L"17 0 xml =version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\"", L"3 0  =c", L"7 0 a", L"8 0 a"}},
+        {"<?xml version=\"1.0\"?>\n<a/>", {L"17 0 xml =version=\"1.0\"", L"7 0 a", L"8 0 a"}},
+        // Entities, character references and CDATA join the surrounding text.
+        {"<!DOCTYPE a [<!ENTITY e 'ntit'>]><a>&lt;&#x41;&e;<![CDATA[<&>]]>&amp;</a>",
+         {L"7 0 a", L"15 1  =<Antit<&>&", L"8 0 a"}},
+        {"<p:a xmlns:p='urn:p' xmlns='urn:d' p:x='1' y='2' xml:lang='de'><b/></p:a>",
+         {L"7 0 p:a @p:x{urn:p}=1 @y{}=2 @xml:lang{http://www.w3.org/XML/1998/namespace}=de", L"7 1 b", L"8 1 b",
+          L"8 0 p:a"}},
+        {"\xEF\xBB\xBF<a>\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80</a>",
+         {L"7 0 a", L"15 1  =\xE9\x20AC\U0001F600", L"8 0 a"}},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(c.nodes, Nodes(c.document)) << c.document;
+}
+
+TEST(XmlReaderTest, NamesAttributesAndScopes)
+{
+    MemoryStream stream("<r xmlns:p='urn:p' xml:space='preserve' xml:lang='en'>"
+                        "<p:e a='1' p:b='2' xml:space='default'/><f/></r>");
+    UXmlReader reader(&stream);
+    EXPECT_EQ(eXmlReaderState_Initial, reader.GetReaderState());
+    EXPECT_EQ(eXmlNodeType_None, reader.GetNodeType());
+    ASSERT_TRUE(reader.Read());
+    EXPECT_EQ(eXmlReaderState_Interactive, reader.GetReaderState());
+    EXPECT_EQ(eXmlSpace_Preserve, reader.GetXmlSpace());
+    EXPECT_STREQ(L"en", reader.GetXmlLang().GetBuffer());
+    ASSERT_TRUE(reader.Read());
+    EXPECT_STREQ(L"p:e", reader.GetName().GetBuffer());
+    EXPECT_STREQ(L"p", reader.GetPrefix().GetBuffer());
+    EXPECT_STREQ(L"e", reader.GetLocalName().GetBuffer());
+    EXPECT_STREQ(L"urn:p", reader.GetNamespaceURI().GetBuffer());
+    EXPECT_EQ(eXmlSpace_Default, reader.GetXmlSpace());
+    EXPECT_STREQ(L"en", reader.GetXmlLang().GetBuffer());
+    EXPECT_TRUE(reader.HasAttributes());
+    EXPECT_EQ(3UL, reader.GetAttributeCount());
+    EXPECT_STREQ(L"1", reader.GetAttribute(0UL));
+    EXPECT_STREQ(L"2", reader.GetAttribute(L"p:b"));
+    EXPECT_STREQ(L"2", reader.GetAttribute(L"b", L"urn:p"));
+    EXPECT_EQ(nullptr, reader.GetAttribute(3UL));
+    EXPECT_EQ(nullptr, reader.GetAttribute(L"b"));
+    EXPECT_EQ(nullptr, reader.GetAttribute(L"b", L""));
+    // Names are atomized: the element's namespace and the attribute's are one string object.
+    const UString* elementUri = &reader.GetNamespaceURI();
+    ASSERT_TRUE(reader.MoveToAttribute(L"b", L"urn:p"));
+    EXPECT_EQ(elementUri, &reader.GetNamespaceURI());
+    EXPECT_EQ(eXmlNodeType_Attribute, reader.GetNodeType());
+    EXPECT_EQ(2UL, reader.GetDepth());
+    EXPECT_STREQ(L"2", reader.GetValue().GetBuffer());
+    EXPECT_TRUE(reader.MoveToNextAttribute());
+    EXPECT_STREQ(L"xml:space", reader.GetName().GetBuffer());
+    EXPECT_FALSE(reader.MoveToNextAttribute());
+    EXPECT_TRUE(reader.MoveToAttribute(L"a"));
+    EXPECT_FALSE(reader.MoveToAttribute(L"zz"));
+    EXPECT_FALSE(reader.MoveToAttribute(7UL));
+    EXPECT_TRUE(reader.MoveToElement());
+    EXPECT_FALSE(reader.MoveToElement());
+    EXPECT_EQ(eXmlNodeType_Element, reader.GetNodeType());
+    EXPECT_EQ(1UL, reader.GetDepth());
+    ASSERT_TRUE(reader.Read()); // the pending end tag
+    EXPECT_EQ(eXmlNodeType_EndElement, reader.GetNodeType());
+    EXPECT_EQ(0UL, reader.GetAttributeCount());
+    EXPECT_EQ(eXmlSpace_Preserve, reader.GetXmlSpace());
+    ASSERT_TRUE(reader.Read());
+    EXPECT_FALSE(reader.HasAttributes());
+    EXPECT_FALSE(reader.MoveToFirstAttribute());
+    ASSERT_TRUE(reader.Read());
+    ASSERT_TRUE(reader.Read());
+    EXPECT_EQ(eXmlNodeType_EndElement, reader.GetNodeType());
+    EXPECT_EQ(0UL, reader.GetDepth());
+    // Kept here: at the end the node type is None, and the state stays EndOfFile.
+    EXPECT_FALSE(reader.Read());
+    EXPECT_EQ(eXmlNodeType_None, reader.GetNodeType());
+    EXPECT_EQ(eXmlReaderState_EndOfFile, reader.GetReaderState());
+    EXPECT_EQ(eXmlSpace_None, reader.GetXmlSpace());
+    EXPECT_FALSE(reader.Read());
+    reader.Close();
+    EXPECT_EQ(eXmlReaderState_Closed, reader.GetReaderState());
+    EXPECT_EQ(L"The reader is closed.", MessageOf([&] { reader.Read(); }));
+}
+
+TEST(XmlReaderTest, Navigation)
+{
+    const char* document = "<?xml version='1.0'?><!--c--><r xmlns:q='urn:q'><a><b><c/></b></a>"
+                           "<q:d>text</q:d><e/><a><x/></a></r>";
+    {
+        MemoryStream stream(document);
+        UXmlReader reader(&stream);
+        EXPECT_EQ(eXmlNodeType_Element, reader.MoveToContent());
+        EXPECT_STREQ(L"r", reader.GetName().GetBuffer());
+        EXPECT_TRUE(reader.ReadToDescendant(L"b"));
+        EXPECT_TRUE(reader.ReadToDescendant());
+        EXPECT_STREQ(L"c", reader.GetName().GetBuffer());
+        EXPECT_FALSE(reader.ReadToDescendant()); // empty element
+        EXPECT_TRUE(reader.ReadToFollowing(L"d", L"urn:q"));
+        EXPECT_STREQ(L"q:d", reader.GetName().GetBuffer());
+        EXPECT_TRUE(reader.ReadToNextSibling(L"a"));
+        EXPECT_EQ(1UL, reader.GetDepth());
+        EXPECT_FALSE(reader.ReadToNextSibling()); // stops at the parent's end tag
+        EXPECT_EQ(eXmlNodeType_EndElement, reader.GetNodeType());
+        EXPECT_STREQ(L"r", reader.GetName().GetBuffer());
+        EXPECT_FALSE(reader.ReadToFollowing(L"a"));
+    }
+    {
+        MemoryStream stream(document);
+        UXmlReader reader(&stream);
+        EXPECT_TRUE(reader.ReadToFollowing(L"a"));
+        EXPECT_FALSE(reader.ReadToDescendant(L"x")); // gives up at a's end tag
+        EXPECT_EQ(eXmlNodeType_EndElement, reader.GetNodeType());
+        EXPECT_TRUE(reader.ReadToNextSibling(L"d", L"urn:q"));
+        reader.Skip(); // to the end tag at the same depth
+        EXPECT_EQ(eXmlNodeType_EndElement, reader.GetNodeType());
+        EXPECT_STREQ(L"q:d", reader.GetName().GetBuffer());
+        EXPECT_TRUE(reader.ReadToNextSibling());
+        EXPECT_STREQ(L"e", reader.GetName().GetBuffer());
+    }
+}
+
+TEST(XmlReaderTest, Content)
+{
+    MemoryStream stream("<r><s>a<!--c-->b<?p?>&amp;c</s><t>true</t><f>false</f><n>-2147483648</n>"
+                        "<u>0xFFFFFFFF</u><l>-9223372036854775808</l><m>18446744073709551615</m><e/>"
+                        "<k><x/></k><z v='12'>tail</z><w>q</w><end>9</end></r>");
+    UXmlReader reader(&stream);
+    ASSERT_TRUE(reader.Read());
+    ASSERT_TRUE(reader.Read());
+    EXPECT_STREQ(L"ab&c", reader.ReadElementContentAsString().GetBuffer());
+    EXPECT_EQ(1, reader.ReadElementContentAsBoolean());
+    EXPECT_EQ(0, reader.ReadElementContentAsBoolean());
+    EXPECT_EQ(-2147483647L - 1, reader.ReadElementContentAsSigned32());
+    EXPECT_EQ(4294967295UL, reader.ReadElementContentAsUnsigned32());
+    EXPECT_EQ(-9223372036854775807LL - 1, reader.ReadElementContentAsSigned64());
+    EXPECT_EQ(18446744073709551615ULL, reader.ReadElementContentAsUnsigned64());
+    EXPECT_STREQ(L"", reader.ReadElementContentAsString().GetBuffer());
+    EXPECT_STREQ(L"k", reader.GetName().GetBuffer());
+    EXPECT_EQ(L"Element contains child elements.", MessageOf([&] { reader.ReadElementContentAsString(); }));
+    ASSERT_TRUE(reader.ReadToFollowing(L"z"));
+    ASSERT_TRUE(reader.MoveToFirstAttribute());
+    EXPECT_EQ(12L, reader.ReadContentAsSigned32());
+    reader.MoveToElement();
+    EXPECT_EQ(L"Current node cannot contain any text.", MessageOf([&] { reader.ReadContentAsString(); }));
+    ASSERT_TRUE(reader.Read());
+    EXPECT_STREQ(L"tail", reader.ReadContentAsString().GetBuffer());
+    EXPECT_EQ(eXmlNodeType_EndElement, reader.GetNodeType());
+    reader.ReadEndElement();
+    EXPECT_EQ(L"Node is not an element end tag.", MessageOf([&] { reader.ReadEndElement(); }));
+    EXPECT_STREQ(L"q", reader.ReadString().GetBuffer());
+    EXPECT_EQ(eXmlNodeType_EndElement, reader.GetNodeType());
+    ASSERT_TRUE(reader.Read());
+    EXPECT_EQ(9UL, reader.ReadElementContentAsUnsigned64());
+    EXPECT_EQ(L"Reader is not positioned on an element.", MessageOf([&] { reader.ReadElementContentAsString(); }));
+}
+
+TEST(XmlReaderTest, ConversionFaults)
+{
+    struct Case
+    {
+        const char* document;
+        std::function<void(UXmlReader&)> read;
+        const wchar_t* message;
+    };
+    const Case cases[] = {
+        {"<a>True</a>", [](UXmlReader& r) { r.ReadElementContentAsBoolean(); },
+         L"Value is neither 'true' nor 'false'."},
+        {"<a> true</a>", [](UXmlReader& r) { r.ReadElementContentAsBoolean(); },
+         L"Value is neither 'true' nor 'false'."},
+        {"<a>2147483648</a>", [](UXmlReader& r) { r.ReadElementContentAsSigned32(); },
+         L"Parsed integer is out of bounds."},
+        {"<a>-1</a>", [](UXmlReader& r) { r.ReadElementContentAsUnsigned32(); }, L"Invalid integer format."},
+        {"<a>1 </a>", [](UXmlReader& r) { r.ReadElementContentAsSigned64(); }, L"Invalid integer format."},
+    };
+    for (const Case& c : cases)
+    {
+        MemoryStream stream(c.document);
+        UXmlReader reader(&stream);
+        ASSERT_TRUE(reader.Read());
+        EXPECT_EQ(c.message, MessageOf([&] { c.read(reader); })) << c.document;
+    }
+    MemoryStream stream("<a>x</a>");
+    UXmlReader reader(&stream);
+    reader.Read();
+    EXPECT_THROW(reader.ReadElementContentAsBoolean(), UFormatException);
+}
+
+// Parse errors carry expat's line and column and leave the reader in the Error state.
+TEST(XmlReaderTest, ErrorsWithPosition)
+{
+    struct Case
+    {
+        const char* document;
+        int goodNodes;
+        const wchar_t* message;
+    };
+    const Case cases[] = {
+        {"<a>", 1, L"Parsing XML failed (error in [1,3])."},
+        {"<a>\n<b></a>", 2, L"Parsing XML failed (error in [2,5])."},
+        {"", 0, L"Parsing XML failed (error in [1,0])."},
+        {"<a/><b/>", 2, L"Parsing XML failed (error in [1,4])."},
+        {"<a>\n <b xml:space='keep'/></a>", 1, L"Invalid xml:space attribute value (error in [2,1])."},
+        {"<a x='1' x='2'/>", 0, L"Parsing XML failed (error in [1,9])."},
+    };
+    for (const Case& c : cases)
+    {
+        MemoryStream stream(c.document);
+        UXmlReader reader(&stream);
+        for (int i = 0; i < c.goodNodes; ++i)
+            ASSERT_TRUE(reader.Read()) << c.document;
+        try
+        {
+            reader.Read();
+            ADD_FAILURE() << c.document << ": no exception";
+        }
+        catch (const UXmlException& e)
+        {
+            EXPECT_STREQ(c.message, e.GetMessageText()) << c.document;
+        }
+        EXPECT_EQ(eXmlReaderState_Error, reader.GetReaderState());
+        EXPECT_EQ(L"The reader is in the error state.", MessageOf([&] { reader.Read(); }));
+    }
+}
+
+// Names of equal length, character sum and exclusive-or share a hash; built from pairs of
+// letters whose low four bits split 0xF between them.
+std::wstring CollidingName(unsigned long ulIndex)
+{
+    std::wstring name;
+    for (int pair = 0; pair < 5; ++pair)
+    {
+        const wchar_t low = static_cast<wchar_t>(1 + ulIndex % 14);
+        ulIndex /= 14;
+        name += static_cast<wchar_t>(0x60 | low);
+        name += static_cast<wchar_t>(0x60 | (0xF & ~low));
+    }
+    return name;
+}
+
+TEST(XmlNameTableTest, AtomizesAndTellsCollisionsApart)
+{
+    UXmlNameTable table;
+    const UString& a = table.Add(L"name");
+    EXPECT_EQ(&a, &table.Add(L"name"));
+    EXPECT_EQ(&a, &table.Add(L"names", 4));
+    EXPECT_EQ(&a, &table.Add(L"name\0x", 6));
+    EXPECT_EQ(UXmlNameTable::Hash(L"cl", 2), UXmlNameTable::Hash(L"ej", 2));
+    EXPECT_NE(&table.Add(L"cl"), &table.Add(L"ej"));
+    EXPECT_STREQ(L"ej", table.Add(L"ej").GetBuffer());
+
+    const unsigned long count = 20000;
+    std::vector<const UString*> stored;
+    for (unsigned long i = 0; i < count; ++i)
+        stored.push_back(&table.Add(CollidingName(i).c_str()));
+    const unsigned long hash = UXmlNameTable::Hash(CollidingName(0).c_str(), 10);
+    for (unsigned long i = 0; i < count; ++i)
+    {
+        const std::wstring name = CollidingName(i);
+        ASSERT_EQ(hash, UXmlNameTable::Hash(name.c_str(), 10));
+        ASSERT_EQ(stored[i], &table.Add(name.c_str())) << i;
+        ASSERT_EQ(name, stored[i]->GetBuffer());
+    }
+    UXmlNameTable copy(table);
+    EXPECT_STREQ(L"name", copy.Add(L"name").GetBuffer());
+    EXPECT_NE(&a, &copy.Add(L"name"));
+    table.Clear();
+    EXPECT_STREQ(L"cl", table.Add(L"cl").GetBuffer());
+}
+
+} // namespace
+
+// Used by the hostile-input tests.
+std::wstring XmlCollidingName(unsigned long ulIndex)
+{
+    return CollidingName(ulIndex);
+}
