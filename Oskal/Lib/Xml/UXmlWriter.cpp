@@ -617,7 +617,7 @@ void UXmlWriter::StartElement(const wchar_t* pszPrefix, const wchar_t* pszLocalN
         throw UArgumentException(L"pszNamespace", L"Invalid namespace name.");
     CheckUsable();
     // Kept: without a declaration a second root element is not refused (pinned by
-    // XmlWriterTest.SecondRootElement).
+    // XmlWriterTest.ExactOutput).
     if (m_bRootWritten && m_bRootElementWritten && m_state == eXmlWriterState_Content && m_pElements->Empty())
         throw UInvalidOperationException(L"Writing another root element would violate well-formedness.");
 
@@ -851,7 +851,7 @@ void UXmlWriter::StartAttribute(const wchar_t* pszPrefix, const wchar_t* pszLoca
         }
     }
     // Kept: an attribute that is still open keeps an empty value; only the last record is ever
-    // completed (pinned by XmlWriterTest.StartingAnAttributeLeavesTheOpenOneEmpty).
+    // completed (pinned by XmlWriterTest.ExactOutput).
     element.AddAttribute(m_pElements->attributePrefix.GetBuffer(), m_pElements->attributePrefix.GetLength(),
                          pszLocalName, static_cast<unsigned long>(std::wcslen(pszLocalName)));
     m_pElements->value.clear();
@@ -998,7 +998,7 @@ void UXmlWriter::WriteStringInternal(const wchar_t* pszText, unsigned long ulLen
             break;
         default: {
             // Kept: control characters become "&#0x" and two hexadecimal digits, without a
-            // semicolon (pinned by XmlWriterTest.TextEscaping).
+            // semicolon (pinned by XmlWriterTest.ExactOutput).
             wchar_t reference[8];
             std::swprintf(reference, 8, L"&#0x%02X", static_cast<unsigned int>(wc));
             m_pElements->value.append(reference, 6);
@@ -1226,7 +1226,7 @@ void UXmlWriter::WriteQualifiedName(const wchar_t* pszLocalName, const wchar_t* 
     PrepareWritingText();
     m_pElements->scratch.clear();
     // Kept: the colon stands even after the empty prefix of a default namespace (pinned by
-    // XmlWriterTest.QualifiedNames).
+    // XmlWriterTest.ExactOutput).
     m_pElements->scratch.append(prefix);
     m_pElements->scratch.push_back(L':');
     m_pElements->scratch.append(pszLocalName);
