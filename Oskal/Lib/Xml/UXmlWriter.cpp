@@ -5,8 +5,9 @@
 #include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UInvalidOperationException.h>
 
+#include <cstdlib>
 #include <cwchar>
-#include <string>
+#include <new>
 #include <vector>
 
 namespace Oskal
@@ -28,6 +29,74 @@ const unsigned long kOutputChunk = 4096;
 const wchar_t kNotProperState[] = L"Writer is not in the proper state for this operation.";
 const wchar_t kInvalidState[] = L"Invalid writer state for this operation.";
 
+// A growable wide-character buffer kept in this module: the writer makes many tiny appends per
+// element, and the standard string's out-of-line members cost more than the work itself.
+class WideBuffer
+{
+public:
+    WideBuffer() = default;
+    WideBuffer(const WideBuffer& other) { assign(other.data(), other.size()); }
+    WideBuffer& operator=(const WideBuffer& other)
+    {
+        if (this != &other)
+            assign(other.data(), other.size());
+        return *this;
+    }
+    ~WideBuffer() { std::free(m_p); }
+
+    void clear()
+    {
+        m_size = 0;
+        if (m_p != nullptr)
+            m_p[0] = 0;
+    }
+    bool empty() const { return m_size == 0; }
+    size_t size() const { return m_size; }
+    const wchar_t* data() const { return m_p != nullptr ? m_p : L""; }
+    const wchar_t* c_str() const { return data(); }
+    void push_back(wchar_t wc)
+    {
+        Reserve(m_size + 2);
+        m_p[m_size++] = wc;
+        m_p[m_size] = 0;
+    }
+    void append(const wchar_t* pwc, size_t count)
+    {
+        Reserve(m_size + count + 1);
+        wchar_t* out = m_p + m_size;
+        for (size_t i = 0; i < count; ++i)
+            out[i] = pwc[i];
+        m_size += count;
+        m_p[m_size] = 0;
+    }
+    void append(const wchar_t* psz) { append(psz, std::wcslen(psz)); }
+    void assign(const wchar_t* pwc, size_t count)
+    {
+        clear();
+        append(pwc, count);
+    }
+    void assign(const wchar_t* psz) { assign(psz, std::wcslen(psz)); }
+
+private:
+    void Reserve(size_t capacity)
+    {
+        if (capacity <= m_capacity)
+            return;
+        size_t grown = m_capacity * 2 > capacity ? m_capacity * 2 : capacity + 16;
+        if (grown > 0x3FFFFFFFu)
+            throw std::bad_alloc();
+        void* p = std::realloc(m_p, grown * sizeof(wchar_t));
+        if (p == nullptr)
+            throw std::bad_alloc();
+        m_p = static_cast<wchar_t*>(p);
+        m_capacity = grown;
+    }
+
+    wchar_t* m_p = nullptr;
+    size_t m_size = 0;
+    size_t m_capacity = 0;
+};
+
 // A name or value inside the writer's records: the UString operations the writer uses, on a
 // plain buffer that keeps its capacity and needs no call into the string classes.
 class TextBuffer
@@ -41,7 +110,7 @@ public:
     unsigned long GetLength() const { return static_cast<unsigned long>(m_text.size()); }
 
 private:
-    std::wstring m_text;
+    WideBuffer m_text;
 };
 
 // Records are reused as elements come and go, and their builders keep their buffers, so that
@@ -244,9 +313,9 @@ class UXmlWriter::ElementStack
 {
 public:
     // Text is assembled in plain buffers: many tiny appends per element.
-    std::wstring scratch;
-    std::wstring value;
-    std::wstring output;
+    WideBuffer scratch;
+    WideBuffer value;
+    WideBuffer output;
     TextBuffer attributePrefix;
     std::vector<Element> items;
     unsigned long depth = 0;
@@ -372,8 +441,9 @@ void UXmlWriter::Emit(const UString& text)
     Emit(text.GetBuffer(), text.GetLength());
 }
 
-void UXmlWriter::AppendNewLineAndIndent(std::wstring& out, unsigned long ulLevels)
+void UXmlWriter::AppendNewLineAndIndent(unsigned long ulLevels)
 {
+    WideBuffer& out = m_pElements->scratch;
     const UString& newLine = IO::UStreamWriter::GetNewLine();
     out.append(newLine.GetBuffer(), newLine.GetLength());
     for (unsigned long i = 0; i < ulLevels; ++i)
@@ -518,7 +588,7 @@ void UXmlWriter::WriteProcessingInstruction(const wchar_t* pszName, const wchar_
         m_state = eXmlWriterState_Prolog;
     }
     else if (m_state == eXmlWriterState_Prolog)
-        AppendNewLineAndIndent(m_pElements->scratch, 0);
+        AppendNewLineAndIndent(0);
     else if (m_state != eXmlWriterState_Start)
         throw UInvalidOperationException(kNotProperState);
     m_pElements->scratch.append(L"<?");
@@ -546,7 +616,7 @@ void UXmlWriter::WriteDocType(const wchar_t* pszName, const wchar_t* pszPublicId
         throw UInvalidOperationException(L"A DOCTYPE declaration must be written in the prolog only (invalid writer "
                                          L"state).");
     m_pElements->scratch.clear();
-    AppendNewLineAndIndent(m_pElements->scratch, 0);
+    AppendNewLineAndIndent(0);
     m_pElements->scratch.append(L"<!DOCTYPE ");
     m_pElements->scratch.append(pszName);
     if (hasPublic)
@@ -628,11 +698,11 @@ void UXmlWriter::StartElement(const wchar_t* pszPrefix, const wchar_t* pszLocalN
     case eXmlWriterState_Element:
         WriteCurrentElementAndAttributes();
         m_pElements->scratch.push_back(L'>');
-        AppendNewLineAndIndent(m_pElements->scratch, m_pElements->Depth());
+        AppendNewLineAndIndent(m_pElements->Depth());
         break;
     case eXmlWriterState_Content:
     case eXmlWriterState_Prolog:
-        AppendNewLineAndIndent(m_pElements->scratch, m_pElements->Depth());
+        AppendNewLineAndIndent(m_pElements->Depth());
         break;
     case eXmlWriterState_Start:
         break;
@@ -734,7 +804,7 @@ void UXmlWriter::WriteEndElement()
     {
         const Element& element = m_pElements->Top();
         if (element.bHasChildElements)
-            AppendNewLineAndIndent(m_pElements->scratch, m_pElements->Depth() - 1);
+            AppendNewLineAndIndent(m_pElements->Depth() - 1);
         m_pElements->scratch.append(L"</");
         if (!element.prefix.IsEmpty())
         {
@@ -1148,7 +1218,7 @@ void UXmlWriter::WriteComment(const wchar_t* pszText)
         FailArgument(L"pszText", L"String ends with '-' (end of comment).");
     CloseElementStartTag();
     m_pElements->scratch.clear();
-    AppendNewLineAndIndent(m_pElements->scratch, m_pElements->Depth());
+    AppendNewLineAndIndent(m_pElements->Depth());
     m_pElements->scratch.append(L"<!--");
     m_pElements->scratch.append(pszText);
     m_pElements->scratch.append(L"-->");

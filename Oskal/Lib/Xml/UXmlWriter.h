@@ -10,7 +10,6 @@
 #include <Oskal/Lib/Xml/UXmlWriterState.h>
 
 #include <cstddef> // __int64 comes with the run-time headers
-#include <string>
 
 namespace Oskal
 {
@@ -135,7 +134,8 @@ private:
     void StartAttribute(const wchar_t* pszPrefix, const wchar_t* pszLocalName, const wchar_t* pszNamespace);
     // The state step of WriteString and the value writers, then the escaped text.
     void WriteText(const wchar_t* pwcText, unsigned long ulCount);
-    void AppendNewLineAndIndent(std::wstring& out, unsigned long ulLevels);
+    // A new line and the indentation for ulLevels, onto the text being assembled.
+    void AppendNewLineAndIndent(unsigned long ulLevels);
     // Output goes to the stream in chunks, at the latest by Flush and Close; a failing stream
     // leaves the writer in the Error state.
     void Emit(const wchar_t* pwcText, unsigned long ulCount);
