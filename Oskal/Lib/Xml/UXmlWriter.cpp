@@ -316,6 +316,9 @@ public:
     WideBuffer scratch;
     WideBuffer value;
     WideBuffer output;
+    // Copies of the new-line text and the indent characters, appended for every start tag.
+    WideBuffer newLine;
+    WideBuffer indent;
     TextBuffer attributePrefix;
     std::vector<Element> items;
     unsigned long depth = 0;
@@ -373,6 +376,8 @@ void UXmlWriter::Init()
     m_indentChars = L"  ";
     m_wcQuoteChar = L'"';
     m_pElements = new ElementStack();
+    m_pElements->indent.assign(L"  ");
+    m_pElements->newLine.assign(IO::UStreamWriter::GetNewLine().GetBuffer());
 }
 
 UXmlWriter::~UXmlWriter()
@@ -444,16 +449,16 @@ void UXmlWriter::Emit(const UString& text)
 void UXmlWriter::AppendNewLineAndIndent(unsigned long ulLevels)
 {
     WideBuffer& out = m_pElements->scratch;
-    const UString& newLine = IO::UStreamWriter::GetNewLine();
-    out.append(newLine.GetBuffer(), newLine.GetLength());
+    out.append(m_pElements->newLine.data(), m_pElements->newLine.size());
     for (unsigned long i = 0; i < ulLevels; ++i)
-        out.append(m_indentChars.GetBuffer(), m_indentChars.GetLength());
+        out.append(m_pElements->indent.data(), m_pElements->indent.size());
 }
 
 void UXmlWriter::SetNewLine(const UString& newLine)
 {
     CheckUsable();
     IO::UStreamWriter::SetNewLine(newLine);
+    m_pElements->newLine.assign(newLine.GetBuffer(), newLine.GetLength());
 }
 
 void UXmlWriter::Flush()
@@ -514,6 +519,7 @@ void UXmlWriter::SetIndentChars(const wchar_t* pszIndentChars)
         throw UArgumentException(L"pszIndentChars", L"String contains non-white space characters.");
     CheckUsable();
     m_indentChars = pszIndentChars;
+    m_pElements->indent.assign(pszIndentChars);
 }
 
 wchar_t UXmlWriter::GetQuoteChar() const
