@@ -70,6 +70,14 @@ public:
         m_p[m_size] = 0;
     }
     void append(const wchar_t* psz) { append(psz, std::wcslen(psz)); }
+    void truncate(size_t size)
+    {
+        if (size < m_size)
+        {
+            m_size = size;
+            m_p[m_size] = 0;
+        }
+    }
     void assign(const wchar_t* pwc, size_t count)
     {
         clear();
@@ -394,12 +402,11 @@ UXmlWriter::~UXmlWriter()
     delete m_pElements;
 }
 
-void UXmlWriter::CheckUsable() const
+void UXmlWriter::ThrowUnusable() const
 {
     if (m_state == eXmlWriterState_Closed)
         throw UInvalidOperationException(L"Writer has been closed.");
-    if (m_state == eXmlWriterState_Error)
-        throw UInvalidOperationException(L"Writer is in the error state.");
+    throw UInvalidOperationException(L"Writer is in the error state.");
 }
 
 void UXmlWriter::FailArgument(const wchar_t* pszName, const wchar_t* pszMessage)
@@ -1036,6 +1043,10 @@ void UXmlWriter::WriteStringInternal(const wchar_t* pszText, unsigned long ulLen
         m_pElements->value.clear();
     if (pszText == nullptr)
         return;
+    // Outside an attribute the escaped text goes straight into the collected output; a broken
+    // string takes back what it added, so that nothing of it is written.
+    WideBuffer& out = attribute ? m_pElements->value : m_pElements->output;
+    const size_t start = out.size();
     const unsigned long length = ulLength == kWholeString ? static_cast<unsigned long>(std::wcslen(pszText)) : ulLength;
     unsigned long runStart = 0;
     unsigned long index = 0;
@@ -1050,52 +1061,45 @@ void UXmlWriter::WriteStringInternal(const wchar_t* pszText, unsigned long ulLen
         if (wc >= 0xD800 && wc <= 0xDFFF)
         {
             if (!IsHighSurrogate(wc) || index + 1 >= length || !IsLowSurrogate(pszText[index + 1]))
+            {
+                out.truncate(start);
                 throw UArgumentException(L"pszText", L"Detected malformed UTF-16 string.");
+            }
             index += 2;
             continue;
         }
-        m_pElements->value.append(pszText + runStart, index - runStart);
+        out.append(pszText + runStart, index - runStart);
         switch (wc)
         {
         case L'&':
-            m_pElements->value.append(L"&amp;", 5);
+            out.append(L"&amp;", 5);
             break;
         case L'<':
-            m_pElements->value.append(L"&lt;", 4);
+            out.append(L"&lt;", 4);
             break;
         case L'>':
-            m_pElements->value.append(L"&gt;", 4);
+            out.append(L"&gt;", 4);
             break;
         case L'"':
-            m_pElements->value.append(L"&quot;", 6);
+            out.append(L"&quot;", 6);
             break;
         case L'\'':
-            m_pElements->value.append(L"&apos;", 6);
+            out.append(L"&apos;", 6);
             break;
         default: {
             // Kept: control characters become "&#0x" and two hexadecimal digits, without a
             // semicolon (pinned by XmlWriterTest.ExactOutput).
             wchar_t reference[8];
             std::swprintf(reference, 8, L"&#0x%02X", static_cast<unsigned int>(wc));
-            m_pElements->value.append(reference, 6);
+            out.append(reference, 6);
             break;
         }
         }
         runStart = ++index;
     }
-    if (attribute)
-    {
-        m_pElements->value.append(pszText + runStart, length - runStart);
-        return;
-    }
-    if (runStart == 0)
-    {
-        // Nothing to escape: the text goes out as it is.
-        Emit(pszText, length);
-        return;
-    }
-    m_pElements->value.append(pszText + runStart, length - runStart);
-    Emit(m_pElements->value.data(), static_cast<unsigned long>(m_pElements->value.size()));
+    out.append(pszText + runStart, length - runStart);
+    if (!attribute && out.size() >= kOutputChunk)
+        WriteOutput();
 }
 
 void UXmlWriter::WriteText(const wchar_t* pwcText, unsigned long ulCount)

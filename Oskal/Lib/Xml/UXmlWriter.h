@@ -122,7 +122,12 @@ private:
 
     void Init();
     // "Writer has been closed." / "Writer is in the error state."
-    void CheckUsable() const;
+    void CheckUsable() const
+    {
+        if (m_state == eXmlWriterState_Closed || m_state == eXmlWriterState_Error)
+            ThrowUnusable();
+    }
+    [[noreturn]] void ThrowUnusable() const;
     // Moves to the Error state, then throws.
     [[noreturn]] void Fail(const wchar_t* pszMessage);
     [[noreturn]] void FailArgument(const wchar_t* pszName, const wchar_t* pszMessage);
