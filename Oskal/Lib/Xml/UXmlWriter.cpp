@@ -306,6 +306,33 @@ const wchar_t* OrEmpty(const wchar_t* psz)
     return psz != nullptr ? psz : L"";
 }
 
+// "%llu", with a leading minus when bNegative, into awcText (at least 21 units); returns the
+// length. The run-time's formatter costs more than the rest of writing a value.
+unsigned long FormatDecimal(unsigned long long ullMagnitude, bool bNegative, wchar_t* awcText)
+{
+    wchar_t digits[20];
+    unsigned long count = 0;
+    // 32-bit steps where the value allows: 64-bit division is a library call on this target.
+    while (ullMagnitude > 0xFFFFFFFFULL)
+    {
+        digits[count++] = static_cast<wchar_t>(L'0' + ullMagnitude % 10);
+        ullMagnitude /= 10;
+    }
+    unsigned long low = static_cast<unsigned long>(ullMagnitude);
+    do
+    {
+        digits[count++] = static_cast<wchar_t>(L'0' + low % 10);
+        low /= 10;
+    } while (low != 0);
+    unsigned long length = 0;
+    if (bNegative)
+        awcText[length++] = L'-';
+    while (count != 0)
+        awcText[length++] = digits[--count];
+    awcText[length] = 0;
+    return length;
+}
+
 // The units in text or attribute values that are written as something else.
 bool NeedsEscape(wchar_t wc, bool bAttribute)
 {
@@ -1138,29 +1165,29 @@ void UXmlWriter::WriteValueBool(int bValue)
 void UXmlWriter::WriteValueU32(unsigned long ulValue)
 {
     wchar_t text[20];
-    std::swprintf(text, 20, L"%lu", ulValue);
-    WriteText(text, kWholeString);
+    WriteText(text, FormatDecimal(ulValue, false, text));
 }
 
 void UXmlWriter::WriteValueI32(long lValue)
 {
     wchar_t text[20];
-    std::swprintf(text, 20, L"%ld", lValue);
-    WriteText(text, kWholeString);
+    const unsigned long long magnitude =
+        lValue < 0 ? 0ULL - static_cast<unsigned long long>(lValue) : static_cast<unsigned long long>(lValue);
+    WriteText(text, FormatDecimal(magnitude, lValue < 0, text));
 }
 
 void UXmlWriter::WriteValueU64(unsigned __int64 ullValue)
 {
     wchar_t text[30];
-    std::swprintf(text, 30, L"%llu", ullValue);
-    WriteText(text, kWholeString);
+    WriteText(text, FormatDecimal(ullValue, false, text));
 }
 
 void UXmlWriter::WriteValueI64(unsigned __int64 ullValue)
 {
+    // The bits are taken as a signed number.
     wchar_t text[30];
-    std::swprintf(text, 30, L"%lld", static_cast<long long>(ullValue));
-    WriteText(text, kWholeString);
+    const bool negative = (ullValue >> 63) != 0;
+    WriteText(text, FormatDecimal(negative ? 0ULL - ullValue : ullValue, negative, text));
 }
 
 void UXmlWriter::PrepareWritingText()
