@@ -97,8 +97,9 @@ TEST(XmlWriterTest, ExactOutput)
          [](UXmlWriter& w) {
              w.WriteStartElement(L"a");
              w.WriteAttributeString(L"v", L"<&>\"'\x02");
+             w.WriteStartAttribute(L"w"), w.WriteWhitespace(L" "), w.WriteEndAttribute();
          },
-         "<a v=\"&lt;&amp;&gt;&quot;&apos;&#0x02\" />"},
+         "<a v=\"&lt;&amp;&gt;&quot;&apos;&#0x02\" w=\" \" />"},
         {"comment, CDATA, references, raw characters",
          [](UXmlWriter& w) {
              w.WriteStartElement(L"a");

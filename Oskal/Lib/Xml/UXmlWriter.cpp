@@ -1315,8 +1315,11 @@ void UXmlWriter::WriteWhitespace(const wchar_t* pszText)
     Internal::ThrowIfNull(pszText, L"pszText");
     if (!AllWhite(pszText))
         throw UArgumentException(L"pszText", L"String contains non-white space characters.");
-    // White space is fine in the prolog and after the root, so no state is refused here.
-    CloseElementStartTag();
+    // White space is fine in the prolog and after the root, so no state is refused here. As with
+    // text, an open attribute takes it into its value and an open start tag is closed first.
+    CheckUsable();
+    if (m_state == eXmlWriterState_Element)
+        CloseElementStartTag();
     EmitRaw(pszText, static_cast<unsigned long>(std::wcslen(pszText)));
 }
 
