@@ -73,6 +73,14 @@ bool IsWhite(wchar_t wc)
     return wc == L' ' || wc == L'\t' || wc == L'\r' || wc == L'\n';
 }
 
+bool SameUnits(const wchar_t* pwcLeft, const wchar_t* pwcRight, size_t count)
+{
+    for (size_t i = 0; i < count; ++i)
+        if (pwcLeft[i] != pwcRight[i])
+            return false;
+    return true;
+}
+
 bool Equals(const UString& text, const wchar_t* psz)
 {
     return std::wcscmp(text.GetBuffer(), psz) == 0;
@@ -363,7 +371,7 @@ void UXmlReader::Parser::ParseTriplet(const XML_Char* pszTriplet, const UString*
     CachedName& cached = nameCache[(mix ^ (mix >> 7)) % kNameCacheSize];
     const unsigned long generation = names.GetGeneration();
     if (cached.name != nullptr && cached.generation == generation && cached.raw.size() == length &&
-        std::wmemcmp(cached.raw.data(), pszTriplet, length) == 0)
+        SameUnits(cached.raw.data(), pszTriplet, length))
     {
         rPrefix = cached.prefix;
         rLocal = cached.localName;
@@ -435,6 +443,9 @@ void UXmlReader::Parser::ParseAttributes(const XML_Char** ppszAttributes)
         ParseTriplet(pp[0], attribute.prefix, attribute.localName, attribute.uri, attribute.name);
         attribute.value.Assign(pp[1]);
         ++attributeCount;
+        // Only xml:space and xml:lang mean something to the reader; most names fail at once.
+        if (attribute.name->GetBuffer()[0] != L'x')
+            continue;
         if (Equals(*attribute.name, L"xml:space"))
         {
             if (Equals(attribute.value, L"default"))
