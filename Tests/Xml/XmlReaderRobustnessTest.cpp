@@ -19,33 +19,27 @@ std::wstring XmlCollidingName(unsigned long ulIndex);
 namespace
 {
 
-std::string LoadFile(const std::wstring& path, bool* pbFound = nullptr)
+std::string LoadFile(const std::wstring& path, bool* pbFound)
 {
     std::string bytes;
     FILE* file = _wfopen(path.c_str(), L"rb");
-    if (pbFound != nullptr)
-        *pbFound = file != nullptr;
-    if (file == nullptr)
-        return bytes;
-    char chunk[4096];
-    size_t n;
-    while ((n = std::fread(chunk, 1, sizeof(chunk), file)) > 0)
-        bytes.append(chunk, n);
-    std::fclose(file);
+    *pbFound = file != nullptr;
+    for (char chunk[4096]; file != nullptr && !std::feof(file);)
+        bytes.append(chunk, std::fread(chunk, 1, sizeof(chunk), file));
+    if (file != nullptr)
+        std::fclose(file);
     return bytes;
 }
 
 // Reads to the end; "" on success, else the exception's message.
-std::wstring ReadAll(IO::UStream& stream, unsigned long* pulNodes = nullptr)
+std::wstring ReadAll(IO::UStream& stream)
 {
     try
     {
         UXmlReader reader(&stream);
-        unsigned long nodes = 0;
         while (reader.Read())
-            ++nodes;
-        if (pulNodes != nullptr)
-            *pulNodes = nodes;
+        {
+        }
         return L"";
     }
     catch (const UException& e)
@@ -61,8 +55,9 @@ TEST(XmlConformanceTest, XmlTestDocuments)
 {
     OSKAL_REQUIRE_TESTDATA();
     const std::wstring folder = OskalTests::TestDataDirectory() + L"\\xmlconf\\xmltest\\";
-    MemoryStream catalogue(LoadFile(folder + L"xmltest.xml"));
-    ASSERT_NE(0, catalogue.GetLength()) << "xmltest.xml is missing";
+    bool found = false;
+    MemoryStream catalogue(LoadFile(folder + L"xmltest.xml", &found));
+    ASSERT_TRUE(found) << "xmltest.xml is missing";
     UXmlReader reader(&catalogue);
     int notWellFormed = 0, valid = 0;
     while (reader.ReadToFollowing(L"TEST"))
@@ -79,7 +74,6 @@ TEST(XmlConformanceTest, XmlTestDocuments)
         for (wchar_t& c : path)
             if (c == L'/')
                 c = L'\\';
-        bool found = false;
         const std::string document = LoadFile(path, &found);
         ASSERT_TRUE(found) << Utf8(uri);
         MemoryStream stream(document);
@@ -155,27 +149,17 @@ TEST(XmlHostileInputTest, DeepNesting)
         EXPECT_EQ(2 * levels, nodes);
         EXPECT_EQ(levels - 1, maxDepth);
         // Left unclosed, the same nesting fails cleanly at the end.
-        RepeatStream unclosed(root, "<a>", levels - 1, "");
+        MemoryStream unclosed(document.substr(0, document.size() - 4 * levels));
         EXPECT_EQ(L"!Parsing XML failed", ReadAll(unclosed).substr(0, 19));
     }
 }
 
-TEST(XmlHostileInputTest, ManyAttributes)
+// Each ends in an exception of the library or reads to the end, in bounded time and memory.
+TEST(XmlHostileInputTest, Documents)
 {
-    std::string document = "<a";
+    std::string attributes = "<a", laughs = "<!DOCTYPE l [<!ENTITY l0 'ha'>", colliding = "<r>";
     for (int i = 0; i < 100000; ++i)
-        document += " n" + std::to_string(i) + "='" + std::to_string(i) + "'";
-    document += "/>";
-    MemoryStream stream(document);
-    UXmlReader reader(&stream);
-    ASSERT_TRUE(reader.Read());
-    EXPECT_EQ(100000UL, reader.GetAttributeCount());
-    EXPECT_STREQ(L"99999", reader.GetAttribute(L"n99999"));
-}
-
-TEST(XmlHostileInputTest, EntityExpansionIsBounded)
-{
-    std::string laughs = "<?xml version='1.0'?><!DOCTYPE l [<!ENTITY l0 'ha'>";
+        attributes += " n" + std::to_string(i) + "='" + std::to_string(i) + "'";
     for (int i = 1; i <= 9; ++i)
     {
         laughs += "<!ENTITY l" + std::to_string(i) + " '";
@@ -183,21 +167,26 @@ TEST(XmlHostileInputTest, EntityExpansionIsBounded)
             laughs += "&l" + std::to_string(i - 1) + ";";
         laughs += "'>";
     }
-    laughs += "]><l>&l9;</l>";
-    MemoryStream stream(laughs);
-    const std::wstring result = ReadAll(stream);
-    EXPECT_EQ(L"!Parsing XML failed", result.substr(0, 19));
-
-    // A recursive entity is refused, not followed.
-    MemoryStream recursive("<!DOCTYPE a [<!ENTITY e '&f;'><!ENTITY f '&e;'>]><a>&e;</a>");
-    EXPECT_EQ(L'!', ReadAll(recursive)[0]);
+    // Element names that all share one hash in the name table.
+    for (unsigned long i = 0; i < 30000; ++i)
+        colliding += "<" + Utf8(XmlCollidingName(i)) + "/>";
+    const std::pair<std::string, std::wstring> cases[] = {
+        {attributes + "/>", L""},
+        {laughs + "]><l>&l9;</l>", L"!Parsing XML failed (error in [1,"},
+        {"<!DOCTYPE a [<!ENTITY e '&f;'><!ENTITY f '&e;'>]><a>&e;</a>", L"!Parsing XML failed (error in [1,"},
+        {colliding + "</r>", L""}};
+    for (const auto& c : cases)
+    {
+        MemoryStream stream(c.first);
+        EXPECT_EQ(c.second, ReadAll(stream).substr(0, c.second.size())) << c.first.substr(0, 40);
+    }
 }
 
 // One 50 MB token fed in 512-byte buffers: the patched expat parses it in linear time.
 TEST(XmlHostileInputTest, HugeSingleToken)
 {
     const size_t size = 50u * 1024 * 1024;
-    RepeatStream stream("<a><!--", std::string(4096, 'x'), size / 4096, "--></a>");
+    MemoryStream stream("<a><!--" + std::string(size, 'x') + "--></a>");
     UXmlReader reader(&stream);
     ASSERT_TRUE(reader.Read());
     ASSERT_TRUE(reader.Read());
@@ -205,20 +194,6 @@ TEST(XmlHostileInputTest, HugeSingleToken)
     EXPECT_EQ(size, reader.GetValue().GetLength());
     ASSERT_TRUE(reader.Read());
     EXPECT_FALSE(reader.Read());
-}
-
-// Element names that all share one hash in the name table.
-TEST(XmlHostileInputTest, CollidingNames)
-{
-    std::string document = "<r>";
-    const unsigned long count = 30000;
-    for (unsigned long i = 0; i < count; ++i)
-        document += "<" + Utf8(XmlCollidingName(i)) + "/>";
-    document += "</r>";
-    MemoryStream stream(document);
-    unsigned long nodes = 0;
-    EXPECT_EQ(L"", ReadAll(stream, &nodes));
-    EXPECT_EQ(2 * count + 2, nodes);
 }
 
 } // namespace

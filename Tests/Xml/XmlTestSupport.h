@@ -6,6 +6,8 @@
 #include <Oskal/Lib/Xml/UXmlReader.h>
 #include <Oskal/Lib/Xml/UXmlWriter.h>
 
+#include <windows.h>
+
 #include <algorithm>
 #include <cstring>
 #include <functional>
@@ -54,76 +56,12 @@ private:
     size_t m_position = 0;
 };
 
-// Produces a long document without holding it: head, then body repeated, then tail.
-class RepeatStream : public IO::UStream
-{
-public:
-    RepeatStream(std::string head, std::string body, size_t repeats, std::string tail)
-        : m_head(std::move(head)), m_body(std::move(body)), m_tail(std::move(tail)), m_repeats(repeats)
-    {
-    }
-
-    int CanRead() const override { return 1; }
-    int CanWrite() const override { return 0; }
-    int CanSeek() const override { return 0; }
-    void Close() override {}
-    void Flush() override {}
-    long long GetLength() const override { return 0; }
-    long long GetPosition() const override { return 0; }
-    int IsDataAvailable() const override { return 1; }
-    long Read(void* pvBuffer, long lCount) override
-    {
-        char* out = static_cast<char*>(pvBuffer);
-        long done = 0;
-        while (done < lCount)
-        {
-            const std::string* part = m_stage == 0 ? &m_head : m_stage == 1 ? &m_body : &m_tail;
-            if (m_stage > 2)
-                break;
-            if (m_stage == 1 && m_done == m_repeats)
-            {
-                m_stage = 2;
-                m_offset = 0;
-                continue;
-            }
-            const size_t n = std::min(static_cast<size_t>(lCount - done), part->size() - m_offset);
-            std::memcpy(out + done, part->data() + m_offset, n);
-            done += static_cast<long>(n);
-            m_offset += n;
-            if (m_offset == part->size())
-            {
-                m_offset = 0;
-                if (m_stage == 1)
-                    ++m_done;
-                else
-                    ++m_stage;
-            }
-        }
-        return done;
-    }
-    long long Seek(long long, IO::USeekOrigin) override { return 0; }
-    void SetLength(long long) override {}
-    void SetPosition(long long) override {}
-    void Write(const void*, long) override {}
-
-private:
-    std::string m_head, m_body, m_tail;
-    size_t m_repeats;
-    size_t m_done = 0;
-    size_t m_offset = 0;
-    int m_stage = 0;
-};
-
 // The UTF-8 bytes of a text.
 inline std::string Utf8(const std::wstring& text)
 {
-    Text::UUTF8Encoding* encoding = Text::UUTF8Encoding::Create();
     std::string bytes(text.size() * 3 + 1, '\0');
-    const unsigned long n =
-        encoding->GetBytes(text.c_str(), static_cast<unsigned long>(text.size()),
-                           reinterpret_cast<unsigned char*>(&bytes[0]), static_cast<unsigned long>(bytes.size()));
-    encoding->Release();
-    bytes.resize(n);
+    bytes.resize(static_cast<size_t>(WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
+                                                         &bytes[0], static_cast<int>(bytes.size()), nullptr, nullptr)));
     return bytes;
 }
 

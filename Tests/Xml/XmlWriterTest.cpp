@@ -97,8 +97,9 @@ TEST(XmlWriterTest, ExactOutput)
          [](UXmlWriter& w) {
              w.WriteStartElement(L"a");
              w.WriteAttributeString(L"v", L"<&>\"'\x02");
+             w.WriteStartAttribute(L"w"), w.WriteWhitespace(L" "), w.WriteEndAttribute();
          },
-         "<a v=\"&lt;&amp;&gt;&quot;&apos;&#0x02\" />"},
+         "<a v=\"&lt;&amp;&gt;&quot;&apos;&#0x02\" w=\" \" />"},
         {"comment, CDATA, references, raw characters",
          [](UXmlWriter& w) {
              w.WriteStartElement(L"a");
@@ -152,6 +153,21 @@ TEST(XmlWriterTest, ExactOutput)
              w.WriteQualifiedName(L"m", L"urnd");
          },
          "<p:a xmlns:p=\"urnp\" t=\"p:n\">\r\n  <b xmlns=\"urnd\">:m</b>\r\n</p:a>"},
+        // Kept: a second root element is refused only after a declaration; a comment before
+        // the root does not make the root itself unwritable.
+        {"second root without declaration",
+         [](UXmlWriter& w) { w.WriteStartElement(L"a"), w.WriteEndElement(), w.WriteStartElement(L"b"); },
+         "<a />\r\n<b />"},
+        {"comment before the root after a declaration",
+         [](UXmlWriter& w) { w.WriteStartDocument(), w.WriteComment(L"c"), w.WriteStartElement(L"a"); },
+         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n<!--c-->\r\n<a />"},
+        // Kept: starting an attribute while another is open leaves the earlier one empty.
+        {"attribute started over an open one",
+         [](UXmlWriter& w) {
+             w.WriteStartElement(L"a"), w.WriteStartAttribute(L"x"), w.WriteString(L"1");
+             w.WriteStartAttribute(L"y"), w.WriteString(L"2"), w.WriteEndAttribute();
+         },
+         "<a x=\"\" y=\"2\" />"},
         {"indent characters and new line",
          [](UXmlWriter& w) {
              w.SetIndentChars(L"\t");
@@ -174,45 +190,6 @@ TEST(XmlWriterTest, DefaultEncodingWritesByteOrderMark)
         writer.Close();
     }
     EXPECT_EQ("\xEF\xBB\xBF<a>\xC3\xA9</a>", stream.Data());
-}
-
-// Which state each operation leaves.
-TEST(XmlWriterTest, States)
-{
-    struct Case
-    {
-        const char* what;
-        Body body;
-        UXmlWriterState expected;
-    };
-    const Case cases[] = {
-        {"new", [](UXmlWriter&) {}, eXmlWriterState_Start},
-        {"declaration", [](UXmlWriter& w) { w.WriteStartDocument(); }, eXmlWriterState_Prolog},
-        {"instruction in Start", [](UXmlWriter& w) { w.WriteProcessingInstruction(L"p", L""); }, eXmlWriterState_Start},
-        {"doctype", [](UXmlWriter& w) { w.WriteStartDocument(), w.WriteDocType(L"a", L"p", nullptr, nullptr); },
-         eXmlWriterState_Prolog},
-        {"start tag", [](UXmlWriter& w) { w.WriteStartElement(L"a"); }, eXmlWriterState_Element},
-        {"attribute", [](UXmlWriter& w) { w.WriteStartElement(L"a"), w.WriteStartAttribute(L"x"); },
-         eXmlWriterState_Attribute},
-        {"text in attribute stays",
-         [](UXmlWriter& w) { w.WriteStartElement(L"a"), w.WriteStartAttribute(L"x"), w.WriteValueU32(1); },
-         eXmlWriterState_Attribute},
-        {"attribute ended", [](UXmlWriter& w) { w.WriteStartElement(L"a"), w.WriteAttributeString(L"x", L""); },
-         eXmlWriterState_Element},
-        {"text", [](UXmlWriter& w) { w.WriteStartElement(L"a"), w.WriteString(L""); }, eXmlWriterState_Content},
-        {"comment first", [](UXmlWriter& w) { w.WriteComment(L""); }, eXmlWriterState_Content},
-        {"CDATA in an attribute",
-         [](UXmlWriter& w) { w.WriteStartElement(L"a"), w.WriteStartAttribute(L"x"), w.WriteCData(L""); },
-         eXmlWriterState_Content},
-        {"end", [](UXmlWriter& w) { w.WriteStartElement(L"a"), w.WriteEndElement(); }, eXmlWriterState_Content},
-    };
-    for (const Case& c : cases)
-    {
-        MemoryStream stream;
-        UXmlWriter writer(&stream);
-        c.body(writer);
-        EXPECT_EQ(c.expected, writer.GetWriteState()) << c.what;
-    }
 }
 
 struct ErrorCase
@@ -260,13 +237,9 @@ TEST(XmlWriterTest, Checks)
          L"Argument 'pszLocalName' must not be an empty string.", Start},
         {"null namespace", [](UXmlWriter& w) { w.WriteStartElement(L"a", nullptr); }, true,
          L"Argument 'pszNamespace' must not be NULL.", Start},
-        {"empty namespace", [](UXmlWriter& w) { w.WriteStartElement(L"p", L"a", L""); }, true,
-         L"Argument 'pszNamespace' must not be an empty string.", Start},
         {"bad prefix", [](UXmlWriter& w) { w.WriteStartElement(L"p:q", L"a", L"u"); }, true, L"Invalid prefix name.",
          Start},
         {"bad element name", [](UXmlWriter& w) { w.WriteStartElement(L"1a"); }, true, L"Invalid element name.", Start},
-        {"broken surrogate in a name", [](UXmlWriter& w) { w.WriteStartElement(L"a\xD800"); }, true,
-         L"Malformed UTF-16 string.", Start},
         {"declaration twice", [](UXmlWriter& w) { w.WriteStartDocument(), w.WriteStartDocument(); }, false,
          L"This method must be called before any other write method since it starts a XML document.", Prolog},
         {"xml instruction twice",
@@ -284,8 +257,6 @@ TEST(XmlWriterTest, Checks)
          L"Argument 'pszPrefix' is not a valid namespace name.", Start},
         {"bad attribute name", [](UXmlWriter& w) { w.WriteStartAttribute(L"a b"); }, true,
          L"Attribute name is not a valid XML name.", Start},
-        {"bad attribute namespace", [](UXmlWriter& w) { w.WriteStartAttribute(L"a", L"u:v"); }, true,
-         L"Argument 'pszNamespace' is not a valid namespace name.", Start},
         {"end attribute without one", [](UXmlWriter& w) { w.WriteStartElement(L"a"), w.WriteEndAttribute(); }, false,
          L"State of the writer is not eXmlWriterState_Attribute.", Elem},
         {"bad xml:space",
@@ -315,9 +286,6 @@ TEST(XmlWriterTest, Checks)
          L"Surrogate pair characters (0xd800 - 0xdfff) are not allowed.", Start},
         {"entity before the root", [](UXmlWriter& w) { w.WriteEntityRef(L"amp"); }, false,
          L"Invalid writer state for this operation.", Error},
-        {"null entity", [](UXmlWriter& w) { w.WriteEntityRef(nullptr); }, true, L"Argument 'pszName' is NULL.", Start},
-        {"empty entity", [](UXmlWriter& w) { w.WriteEntityRef(L""); }, true, L"Argument 'pszName' is an empty string.",
-         Start},
         {"bad entity", [](UXmlWriter& w) { w.WriteEntityRef(L"a;"); }, true,
          L"Argument 'pszName' is not a valid XML name.", Start},
         {"doctype without ids", [](UXmlWriter& w) { w.WriteDocType(L"a", L"", nullptr, nullptr); }, true,
@@ -345,18 +313,10 @@ TEST(XmlWriterTest, Checks)
         // Once closed or in error, those messages come before any other state message.
         {"closed", [](UXmlWriter& w) { w.Close(), w.WriteStartDocument(); }, false, L"Writer has been closed.",
          eXmlWriterState_Closed},
-        {"closed, end element", [](UXmlWriter& w) { w.Close(), w.WriteEndElement(); }, false,
-         L"Writer has been closed.", eXmlWriterState_Closed},
         {"in error, attribute",
          [](UXmlWriter& w) {
              EXPECT_THROW(w.WriteComment(L"--"), UArgumentException);
              w.WriteStartAttribute(L"x");
-         },
-         false, L"Writer is in the error state.", Error},
-        {"in error, doctype",
-         [](UXmlWriter& w) {
-             EXPECT_THROW(w.WriteCData(L""), UInvalidOperationException);
-             w.WriteDocType(L"a", L"p", nullptr, nullptr);
          },
          false, L"Writer is in the error state.", Error},
     };
@@ -373,35 +333,6 @@ TEST(XmlWriterTest, NamespaceUriFollowsThePrefixRule)
               Written([](UXmlWriter& w) { w.WriteStartElement(L"p", L"a", L"urn-x.y"); }));
 }
 
-// Kept: a second root element is refused only after a declaration; a comment or instruction
-// before the root does not make the root itself unwritable.
-TEST(XmlWriterTest, SecondRootElement)
-{
-    EXPECT_EQ("<a />\r\n<b />", Written([](UXmlWriter& w) {
-                  w.WriteStartElement(L"a");
-                  w.WriteEndElement();
-                  w.WriteStartElement(L"b");
-              }));
-    EXPECT_EQ("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n<!--c-->\r\n<a />", Written([](UXmlWriter& w) {
-                  w.WriteStartDocument();
-                  w.WriteComment(L"c");
-                  w.WriteStartElement(L"a");
-              }));
-}
-
-// Kept: starting an attribute while another is open leaves the earlier one with an empty value.
-TEST(XmlWriterTest, StartingAnAttributeLeavesTheOpenOneEmpty)
-{
-    EXPECT_EQ("<a x=\"\" y=\"2\" />", Written([](UXmlWriter& w) {
-                  w.WriteStartElement(L"a");
-                  w.WriteStartAttribute(L"x");
-                  w.WriteString(L"1");
-                  w.WriteStartAttribute(L"y");
-                  w.WriteString(L"2");
-                  w.WriteEndAttribute();
-              }));
-}
-
 TEST(XmlWriterTest, ScopeAndClose)
 {
     MemoryStream stream;
@@ -410,9 +341,13 @@ TEST(XmlWriterTest, ScopeAndClose)
     writer.WriteAttributeString(L"xml:space", L"preserve");
     writer.WriteAttributeString(L"xml", L"lang", nullptr, L"en");
     writer.WriteStartElement(L"b");
+    EXPECT_EQ(eXmlWriterState_Element, writer.GetWriteState());
     EXPECT_EQ(eXmlSpace_Preserve, writer.GetXmlSpace());
     EXPECT_STREQ(L"en", writer.GetXmlLang().GetBuffer());
-    writer.WriteAttributeString(L"xml:space", L"default");
+    writer.WriteStartAttribute(L"xml:space");
+    writer.WriteString(L"default");
+    EXPECT_EQ(eXmlWriterState_Attribute, writer.GetWriteState());
+    writer.WriteEndAttribute();
     EXPECT_EQ(eXmlSpace_Default, writer.GetXmlSpace());
     writer.Close(); // ends both elements
     EXPECT_EQ(eXmlSpace_None, writer.GetXmlSpace());
@@ -443,24 +378,22 @@ TEST(XmlWriterTest, OutputReadsBack)
         w.WriteFullEndElement();
         w.WriteStartElement(L"empty");
     });
-    const std::vector<std::wstring> expected = {
-        L"17 0 xml =version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"",
-        L"13 0 style =href=\"x\"",
-        L"7 0 p:root @id{}=a<&>\"' @d1p1:q{urnq}=v",
-        L"3 1  = note ",
-        L"7 1 leaf",
-        L"15 2  =x < y & \xE9\U0001F600",
-        L"8 1 leaf",
-        L"7 1 p:mid",
-        L"15 2  =<raw> &\tmore",
-        L"8 1 p:mid",
-        L"7 1 list",
-        L"15 2  =-5",
-        L"8 1 list",
-        L"7 1 empty",
-        L"8 1 empty",
-        L"8 0 p:root",
-    };
+    const std::vector<std::wstring> expected = {L"17 0 xml =version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"",
+                                                L"13 0 style =href=\"x\"",
+                                                L"7 0 p:root @id{}=a<&>\"' @d1p1:q{urnq}=v",
+                                                L"3 1  = note ",
+                                                L"7 1 leaf",
+                                                L"15 2  =x < y & \xE9\U0001F600",
+                                                L"8 1 leaf",
+                                                L"7 1 p:mid",
+                                                L"15 2  =<raw> &\tmore",
+                                                L"8 1 p:mid",
+                                                L"7 1 list",
+                                                L"15 2  =-5",
+                                                L"8 1 list",
+                                                L"7 1 empty",
+                                                L"8 1 empty",
+                                                L"8 0 p:root"};
     EXPECT_EQ(expected, Nodes(document));
 }
 

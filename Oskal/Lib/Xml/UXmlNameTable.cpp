@@ -61,6 +61,7 @@ class UXmlNameTable::Entries
 {
 public:
     std::set<Entry, Less> items;
+    unsigned long generation = 0;
 };
 
 UXmlNameTable::UXmlNameTable() : m_pEntries(new Entries()) {}
@@ -72,6 +73,7 @@ UXmlNameTable& UXmlNameTable::operator=(const UXmlNameTable& other)
     if (this != &other)
     {
         Entries* copy = new Entries(*other.m_pEntries);
+        copy->generation = m_pEntries->generation + 1;
         delete m_pEntries;
         m_pEntries = copy;
     }
@@ -116,6 +118,12 @@ const UString& UXmlNameTable::Add(const wchar_t* pwcText, unsigned long ulCount)
 void UXmlNameTable::Clear()
 {
     m_pEntries->items.clear();
+    ++m_pEntries->generation;
+}
+
+unsigned long UXmlNameTable::GetGeneration() const
+{
+    return m_pEntries->generation;
 }
 
 } // namespace Xml

@@ -30,6 +30,10 @@ public:
     static unsigned long Hash(const wchar_t* pwcText, unsigned long ulCount);
 
 private:
+    friend class UXmlReader;
+    // Counts the calls of Clear, so that a reader knows when names it remembered are gone.
+    unsigned long GetGeneration() const;
+
     class Entries;
     Entries* m_pEntries;
 };

@@ -17,6 +17,7 @@
 #include <cwchar>
 #include <exception>
 #include <new>
+#include <string>
 #include <vector>
 
 namespace Oskal
@@ -45,6 +46,20 @@ struct AttributeRecord
     UStringBuilder value;
 };
 
+// A name as expat reported it, remembered with its atomized parts: documents repeat few names
+// many times, and a hit saves splitting and looking up every part again.
+struct CachedName
+{
+    std::wstring raw;
+    unsigned long generation = 0;
+    const UString* prefix = nullptr;
+    const UString* localName = nullptr;
+    const UString* uri = nullptr;
+    const UString* name = nullptr;
+};
+
+const size_t kNameCacheSize = 64;
+
 // xml:space and xml:lang of one open element; the language is a name-table string, so that deep
 // nesting shares one copy instead of copying it into every scope.
 struct Scope
@@ -56,6 +71,14 @@ struct Scope
 bool IsWhite(wchar_t wc)
 {
     return wc == L' ' || wc == L'\t' || wc == L'\r' || wc == L'\n';
+}
+
+bool SameUnits(const wchar_t* pwcLeft, const wchar_t* pwcRight, size_t count)
+{
+    for (size_t i = 0; i < count; ++i)
+        if (pwcLeft[i] != pwcRight[i])
+            return false;
+    return true;
 }
 
 bool Equals(const UString& text, const wchar_t* psz)
@@ -127,6 +150,8 @@ private:
     // Splits "uri<sep>local<sep>prefix" (parts absent when empty) into atomized names.
     void ParseTriplet(const XML_Char* pszTriplet, const UString*& rPrefix, const UString*& rLocal, const UString*& rUri,
                       const UString*& rName);
+    void SplitTriplet(const XML_Char* pszTriplet, const UString*& rPrefix, const UString*& rLocal, const UString*& rUri,
+                      const UString*& rName);
     void ParseAttributes(const XML_Char** ppszAttributes);
     void SetNoNames();
 
@@ -182,6 +207,7 @@ private:
 
     std::exception_ptr failure;
     UStringBuilder scratch;
+    CachedName nameCache[kNameCacheSize];
 };
 
 UXmlReader::Parser::Parser(IO::UStream* pStream)
@@ -253,7 +279,8 @@ int UXmlReader::Parser::Read()
         state = eXmlReaderState_Error;
         throw;
     }
-    // Kept here: the node type is None at the end of the document.
+    // Kept: the node type is None at the end of the document (pinned by
+    // XmlReaderTest.NamesAttributesAndScopes).
     state = eXmlReaderState_EndOfFile;
     scopes.clear();
     nodeType = eXmlNodeType_None;
@@ -308,9 +335,8 @@ bool UXmlReader::Parser::Advance()
 
 void UXmlReader::Parser::Suspend()
 {
-    XML_ParsingStatus status;
-    XML_GetParsingStatus(parser, &status);
-    if (status.parsing == XML_PARSING)
+    // One node per parse step: once a callback suspended the parser, the step's node is made.
+    if (!nodeReady)
         XML_StopParser(parser, XML_TRUE);
     nodeReady = 1;
 }
@@ -336,6 +362,33 @@ void UXmlReader::Parser::SetNoNames()
 }
 
 void UXmlReader::Parser::ParseTriplet(const XML_Char* pszTriplet, const UString*& rPrefix, const UString*& rLocal,
+                                      const UString*& rUri, const UString*& rName)
+{
+    size_t length = 0;
+    unsigned long mix = 0;
+    for (; pszTriplet[length] != 0; ++length)
+        mix = mix * 31 + pszTriplet[length];
+    CachedName& cached = nameCache[(mix ^ (mix >> 7)) % kNameCacheSize];
+    const unsigned long generation = names.GetGeneration();
+    if (cached.name != nullptr && cached.generation == generation && cached.raw.size() == length &&
+        SameUnits(cached.raw.data(), pszTriplet, length))
+    {
+        rPrefix = cached.prefix;
+        rLocal = cached.localName;
+        rUri = cached.uri;
+        rName = cached.name;
+        return;
+    }
+    SplitTriplet(pszTriplet, rPrefix, rLocal, rUri, rName);
+    cached.raw.assign(pszTriplet, length);
+    cached.generation = generation;
+    cached.prefix = rPrefix;
+    cached.localName = rLocal;
+    cached.uri = rUri;
+    cached.name = rName;
+}
+
+void UXmlReader::Parser::SplitTriplet(const XML_Char* pszTriplet, const UString*& rPrefix, const UString*& rLocal,
                                       const UString*& rUri, const UString*& rName)
 {
     const wchar_t* parts[3] = {nullptr, nullptr, nullptr};
@@ -390,6 +443,9 @@ void UXmlReader::Parser::ParseAttributes(const XML_Char** ppszAttributes)
         ParseTriplet(pp[0], attribute.prefix, attribute.localName, attribute.uri, attribute.name);
         attribute.value.Assign(pp[1]);
         ++attributeCount;
+        // Only xml:space and xml:lang mean something to the reader; most names fail at once.
+        if (attribute.name->GetBuffer()[0] != L'x')
+            continue;
         if (Equals(*attribute.name, L"xml:space"))
         {
             if (Equals(attribute.value, L"default"))

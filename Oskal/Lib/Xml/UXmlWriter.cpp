@@ -5,7 +5,9 @@
 #include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UInvalidOperationException.h>
 
+#include <cstdlib>
 #include <cwchar>
+#include <new>
 #include <vector>
 
 namespace Oskal
@@ -22,33 +24,164 @@ namespace
 {
 
 const unsigned long kWholeString = 0xFFFFFFFFUL;
+// Output is handed to the stream writer in pieces of about this many units.
+const unsigned long kOutputChunk = 4096;
 const wchar_t kNotProperState[] = L"Writer is not in the proper state for this operation.";
 const wchar_t kInvalidState[] = L"Invalid writer state for this operation.";
 
+// A growable wide-character buffer kept in this module: the writer makes many tiny appends per
+// element, and the standard string's out-of-line members cost more than the work itself.
+class WideBuffer
+{
+public:
+    WideBuffer() = default;
+    WideBuffer(const WideBuffer& other) { assign(other.data(), other.size()); }
+    WideBuffer& operator=(const WideBuffer& other)
+    {
+        if (this != &other)
+            assign(other.data(), other.size());
+        return *this;
+    }
+    ~WideBuffer() { std::free(m_p); }
+
+    void clear()
+    {
+        m_size = 0;
+        if (m_p != nullptr)
+            m_p[0] = 0;
+    }
+    bool empty() const { return m_size == 0; }
+    size_t size() const { return m_size; }
+    const wchar_t* data() const { return m_p != nullptr ? m_p : L""; }
+    const wchar_t* c_str() const { return data(); }
+    void push_back(wchar_t wc)
+    {
+        Reserve(m_size + 2);
+        m_p[m_size++] = wc;
+        m_p[m_size] = 0;
+    }
+    void append(const wchar_t* pwc, size_t count)
+    {
+        Reserve(m_size + count + 1);
+        wchar_t* out = m_p + m_size;
+        for (size_t i = 0; i < count; ++i)
+            out[i] = pwc[i];
+        m_size += count;
+        m_p[m_size] = 0;
+    }
+    void append(const wchar_t* psz) { append(psz, std::wcslen(psz)); }
+    void truncate(size_t size)
+    {
+        if (size < m_size)
+        {
+            m_size = size;
+            m_p[m_size] = 0;
+        }
+    }
+    void assign(const wchar_t* pwc, size_t count)
+    {
+        clear();
+        append(pwc, count);
+    }
+    void assign(const wchar_t* psz) { assign(psz, std::wcslen(psz)); }
+
+private:
+    void Reserve(size_t capacity)
+    {
+        if (capacity <= m_capacity)
+            return;
+        size_t grown = m_capacity * 2 > capacity ? m_capacity * 2 : capacity + 16;
+        if (grown > 0x3FFFFFFFu)
+            throw std::bad_alloc();
+        void* p = std::realloc(m_p, grown * sizeof(wchar_t));
+        if (p == nullptr)
+            throw std::bad_alloc();
+        m_p = static_cast<wchar_t*>(p);
+        m_capacity = grown;
+    }
+
+    wchar_t* m_p = nullptr;
+    size_t m_size = 0;
+    size_t m_capacity = 0;
+};
+
+// A name or value inside the writer's records: the UString operations the writer uses, on a
+// plain buffer that keeps its capacity and needs no call into the string classes.
+class TextBuffer
+{
+public:
+    void Assign(const wchar_t* pwc, unsigned long ulCount) { m_text.assign(pwc, ulCount); }
+    void Assign(const wchar_t* psz) { m_text.assign(psz); }
+    void Clear(int) { m_text.clear(); }
+    bool IsEmpty() const { return m_text.empty(); }
+    const wchar_t* GetBuffer() const { return m_text.c_str(); }
+    unsigned long GetLength() const { return static_cast<unsigned long>(m_text.size()); }
+
+private:
+    WideBuffer m_text;
+};
+
+// Records are reused as elements come and go, and their builders keep their buffers, so that
+// writing an element allocates nothing once the depth and attribute counts have been seen.
 struct Attribute
 {
-    UString prefix;
-    UString localName;
-    UString value;
+    TextBuffer prefix;
+    TextBuffer localName;
+    TextBuffer value;
+    bool bDeclaration = false; // xmlns or xmlns:prefix
 };
 
 struct Declaration
 {
-    UString prefix;
-    UString uri;
+    TextBuffer prefix;
+    TextBuffer uri;
 };
 
 struct Element
 {
-    UString prefix;
-    UString localName;
-    UString uri;
-    UString lang;
+    TextBuffer prefix;
+    TextBuffer localName;
+    UStringBuilder lang;
     UXmlSpace space = eXmlSpace_None;
     int bHasChildElements = 0;
     std::vector<Attribute> attributes;
+    size_t attributeCount = 0;
     std::vector<Declaration> declarations;
+    size_t declarationCount = 0;
+
+    Attribute& AddAttribute(const wchar_t* pwcPrefix, unsigned long ulPrefix, const wchar_t* pwcLocal,
+                            unsigned long ulLocal)
+    {
+        if (attributeCount == attributes.size())
+            attributes.emplace_back();
+        Attribute& attribute = attributes[attributeCount++];
+        attribute.prefix.Assign(pwcPrefix, ulPrefix);
+        attribute.localName.Assign(pwcLocal, ulLocal);
+        attribute.value.Clear(0);
+        attribute.bDeclaration = (ulPrefix == 5 && std::wmemcmp(pwcPrefix, L"xmlns", 5) == 0) ||
+                                 (ulLocal == 5 && std::wmemcmp(pwcLocal, L"xmlns", 5) == 0);
+        return attribute;
+    }
+    template <typename P, typename U> void AddDeclaration(const P& prefixText, const U& uriText)
+    {
+        if (declarationCount == declarations.size())
+            declarations.emplace_back();
+        Declaration& declaration = declarations[declarationCount++];
+        declaration.prefix.Assign(prefixText.GetBuffer(), prefixText.GetLength());
+        declaration.uri.Assign(uriText.GetBuffer(), uriText.GetLength());
+    }
 };
+
+template <typename L, typename R> bool Same(const L& left, const R& right)
+{
+    return left.GetLength() == right.GetLength() &&
+           std::wmemcmp(left.GetBuffer(), right.GetBuffer(), left.GetLength()) == 0;
+}
+
+template <typename T> bool Is(const T& text, const wchar_t* psz)
+{
+    return std::wcscmp(text.GetBuffer(), psz) == 0;
+}
 
 bool IsHighSurrogate(wchar_t wc)
 {
@@ -113,6 +246,14 @@ bool CheckName(const wchar_t* psz, NameRule eRule)
 {
     if (psz == nullptr)
         return true;
+    // Most names are ASCII letters and digits: settle those without the full walk.
+    const wchar_t* p = psz;
+    if (eRule == eNmToken || ((*p | 0x20) >= L'a' && (*p | 0x20) <= L'z') || *p == L'_')
+        while (((*p | 0x20) >= L'a' && (*p | 0x20) <= L'z') || (*p >= L'0' && *p <= L'9') || *p == L'_' || *p == L'-' ||
+               *p == L'.')
+            ++p;
+    if (*p == 0)
+        return true;
     const unsigned long length = static_cast<unsigned long>(std::wcslen(psz));
     unsigned long index = 0;
     while (index < length)
@@ -165,20 +306,31 @@ const wchar_t* OrEmpty(const wchar_t* psz)
     return psz != nullptr ? psz : L"";
 }
 
-// The qualified name prefix:local (just local without a prefix).
-UString QualifiedName(const UString& prefix, const UString& localName)
+// "%llu", with a leading minus when bNegative, into awcText (at least 21 units); returns the
+// length. The run-time's formatter costs more than the rest of writing a value.
+unsigned long FormatDecimal(unsigned long long ullMagnitude, bool bNegative, wchar_t* awcText)
 {
-    if (prefix.IsEmpty())
-        return localName;
-    UString name(prefix);
-    name.Append(L':');
-    name.Append(localName);
-    return name;
-}
-
-bool IsDeclaration(const Attribute& attribute)
-{
-    return attribute.prefix == UString(L"xmlns") || attribute.localName == UString(L"xmlns");
+    wchar_t digits[20];
+    unsigned long count = 0;
+    // 32-bit steps where the value allows: 64-bit division is a library call on this target.
+    while (ullMagnitude > 0xFFFFFFFFULL)
+    {
+        digits[count++] = static_cast<wchar_t>(L'0' + ullMagnitude % 10);
+        ullMagnitude /= 10;
+    }
+    unsigned long low = static_cast<unsigned long>(ullMagnitude);
+    do
+    {
+        digits[count++] = static_cast<wchar_t>(L'0' + low % 10);
+        low /= 10;
+    } while (low != 0);
+    unsigned long length = 0;
+    if (bNegative)
+        awcText[length++] = L'-';
+    while (count != 0)
+        awcText[length++] = digits[--count];
+    awcText[length] = 0;
+    return length;
 }
 
 // The units in text or attribute values that are written as something else.
@@ -195,20 +347,43 @@ bool NeedsEscape(wchar_t wc, bool bAttribute)
 class UXmlWriter::ElementStack
 {
 public:
+    // Text is assembled in plain buffers: many tiny appends per element.
+    WideBuffer scratch;
+    WideBuffer value;
+    WideBuffer output;
+    // Copies of the new-line text and the indent characters, appended for every start tag.
+    WideBuffer newLine;
+    WideBuffer indent;
+    TextBuffer attributePrefix;
     std::vector<Element> items;
+    unsigned long depth = 0;
 
-    Element& Top() { return items.back(); }
-    const Element& Top() const { return items.back(); }
-    unsigned long Depth() const { return static_cast<unsigned long>(items.size()); }
+    bool Empty() const { return depth == 0; }
+    Element& Top() { return items[depth - 1]; }
+    const Element& Top() const { return items[depth - 1]; }
+    unsigned long Depth() const { return depth; }
+    Element& Push()
+    {
+        if (depth == items.size())
+            items.emplace_back();
+        Element& element = items[depth++];
+        element.attributeCount = 0;
+        element.declarationCount = 0;
+        element.bHasChildElements = 0;
+        return element;
+    }
+    void Pop() { --depth; }
 
     // The namespace bound to the prefix in scope, or null.
-    const UString* LookupNamespace(const UString& prefix) const
+    template <typename T> const TextBuffer* LookupNamespace(const T& prefix) const
     {
-        for (auto element = items.rbegin(); element != items.rend(); ++element)
-            for (auto declaration = element->declarations.rbegin(); declaration != element->declarations.rend();
-                 ++declaration)
-                if (declaration->prefix == prefix)
-                    return &declaration->uri;
+        for (unsigned long level = depth; level-- > 0;)
+        {
+            const Element& element = items[level];
+            for (size_t i = element.declarationCount; i-- > 0;)
+                if (Same(element.declarations[i].prefix, prefix))
+                    return &element.declarations[i].uri;
+        }
         return nullptr;
     }
 };
@@ -236,19 +411,29 @@ void UXmlWriter::Init()
     m_indentChars = L"  ";
     m_wcQuoteChar = L'"';
     m_pElements = new ElementStack();
+    m_pElements->indent.assign(L"  ");
+    m_pElements->newLine.assign(IO::UStreamWriter::GetNewLine().GetBuffer());
 }
 
 UXmlWriter::~UXmlWriter()
 {
+    // The stream writer's destructor flushes the encoder; what is still collected goes first. A
+    // destructor must not throw, so a failing stream loses it.
+    try
+    {
+        WriteOutput();
+    }
+    catch (...)
+    {
+    }
     delete m_pElements;
 }
 
-void UXmlWriter::CheckUsable() const
+void UXmlWriter::ThrowUnusable() const
 {
     if (m_state == eXmlWriterState_Closed)
         throw UInvalidOperationException(L"Writer has been closed.");
-    if (m_state == eXmlWriterState_Error)
-        throw UInvalidOperationException(L"Writer is in the error state.");
+    throw UInvalidOperationException(L"Writer is in the error state.");
 }
 
 void UXmlWriter::FailArgument(const wchar_t* pszName, const wchar_t* pszMessage)
@@ -265,16 +450,29 @@ void UXmlWriter::Fail(const wchar_t* pszMessage)
 
 void UXmlWriter::Emit(const wchar_t* pwcText, unsigned long ulCount)
 {
+    // Collected into chunks: encoding and writing each small piece on its own would cost more
+    // than producing it.
+    m_pElements->output.append(pwcText, ulCount);
+    if (m_pElements->output.size() >= kOutputChunk)
+        WriteOutput();
+}
+
+void UXmlWriter::WriteOutput()
+{
+    if (m_pElements->output.size() == 0)
+        return;
     try
     {
-        IO::UStreamWriter::Write(pwcText, ulCount);
+        IO::UStreamWriter::Write(m_pElements->output.data(), m_pElements->output.size());
     }
     catch (...)
     {
         // Part of a construct may be out already: nothing after it can be trusted.
+        m_pElements->output.clear();
         m_state = eXmlWriterState_Error;
         throw;
     }
+    m_pElements->output.clear();
 }
 
 void UXmlWriter::Emit(const UString& text)
@@ -282,18 +480,19 @@ void UXmlWriter::Emit(const UString& text)
     Emit(text.GetBuffer(), text.GetLength());
 }
 
-void UXmlWriter::AppendNewLineAndIndent(UStringBuilder& out, unsigned long ulLevels)
+void UXmlWriter::AppendNewLineAndIndent(unsigned long ulLevels)
 {
-    const UString& newLine = IO::UStreamWriter::GetNewLine();
-    out.Append(newLine.GetBuffer(), newLine.GetLength());
+    WideBuffer& out = m_pElements->scratch;
+    out.append(m_pElements->newLine.data(), m_pElements->newLine.size());
     for (unsigned long i = 0; i < ulLevels; ++i)
-        out.Append(m_indentChars.GetBuffer(), m_indentChars.GetLength());
+        out.append(m_pElements->indent.data(), m_pElements->indent.size());
 }
 
 void UXmlWriter::SetNewLine(const UString& newLine)
 {
     CheckUsable();
     IO::UStreamWriter::SetNewLine(newLine);
+    m_pElements->newLine.assign(newLine.GetBuffer(), newLine.GetLength());
 }
 
 void UXmlWriter::Flush()
@@ -301,6 +500,7 @@ void UXmlWriter::Flush()
     // The stream writer's Close flushes through here after the state has become Closed.
     if (!m_bClosing)
         CheckUsable();
+    WriteOutput();
     IO::UStreamWriter::Flush();
 }
 
@@ -313,6 +513,7 @@ void UXmlWriter::Close()
     m_bClosing = 1;
     try
     {
+        WriteOutput();
         IO::UStreamWriter::Close();
     }
     catch (...)
@@ -330,12 +531,14 @@ UXmlWriterState UXmlWriter::GetWriteState() const
 
 UXmlSpace UXmlWriter::GetXmlSpace() const
 {
-    return m_pElements->items.empty() ? eXmlSpace_None : m_pElements->Top().space;
+    return m_pElements->Empty() ? eXmlSpace_None : m_pElements->Top().space;
 }
 
 const UString& UXmlWriter::GetXmlLang() const
 {
-    return m_pElements->items.empty() ? UString::Empty : m_pElements->Top().lang;
+    if (m_pElements->Empty())
+        return UString::Empty;
+    return m_pElements->Top().lang;
 }
 
 const UString& UXmlWriter::GetIndentChars() const
@@ -350,6 +553,7 @@ void UXmlWriter::SetIndentChars(const wchar_t* pszIndentChars)
         throw UArgumentException(L"pszIndentChars", L"String contains non-white space characters.");
     CheckUsable();
     m_indentChars = pszIndentChars;
+    m_pElements->indent.assign(pszIndentChars);
 }
 
 wchar_t UXmlWriter::GetQuoteChar() const
@@ -383,25 +587,25 @@ void UXmlWriter::WriteDeclaration(const wchar_t* pszStandalone)
     if (m_state != eXmlWriterState_Start)
         throw UInvalidOperationException(
             L"This method must be called before any other write method since it starts a XML document.");
-    const wchar_t quote[2] = {m_wcQuoteChar, 0};
-    m_scratch.Clear(0);
-    m_scratch.Append(L"<?xml version=");
-    m_scratch.Append(quote);
-    m_scratch.Append(L"1.0");
-    m_scratch.Append(quote);
-    m_scratch.Append(L" encoding=");
-    m_scratch.Append(quote);
-    m_scratch.Append(IO::UStreamWriter::GetEncoding()->GetName());
-    m_scratch.Append(quote);
+    const wchar_t quote = m_wcQuoteChar;
+    m_pElements->scratch.clear();
+    m_pElements->scratch.append(L"<?xml version=");
+    m_pElements->scratch.push_back(quote);
+    m_pElements->scratch.append(L"1.0");
+    m_pElements->scratch.push_back(quote);
+    m_pElements->scratch.append(L" encoding=");
+    m_pElements->scratch.push_back(quote);
+    m_pElements->scratch.append(IO::UStreamWriter::GetEncoding()->GetName());
+    m_pElements->scratch.push_back(quote);
     if (pszStandalone != nullptr)
     {
-        m_scratch.Append(L" standalone=");
-        m_scratch.Append(quote);
-        m_scratch.Append(pszStandalone);
-        m_scratch.Append(quote);
+        m_pElements->scratch.append(L" standalone=");
+        m_pElements->scratch.push_back(quote);
+        m_pElements->scratch.append(pszStandalone);
+        m_pElements->scratch.push_back(quote);
     }
-    m_scratch.Append(L"?>");
-    Emit(m_scratch);
+    m_pElements->scratch.append(L"?>");
+    Emit(m_pElements->scratch.data(), static_cast<unsigned long>(m_pElements->scratch.size()));
     m_bRootWritten = 1;
     m_state = eXmlWriterState_Prolog;
 }
@@ -413,7 +617,7 @@ void UXmlWriter::WriteProcessingInstruction(const wchar_t* pszName, const wchar_
     if (std::wcsstr(text, L"?>") != nullptr)
         throw UArgumentException(L"pszText", L"String contains '?>' (end of processing instruction).");
     CheckUsable();
-    m_scratch.Clear(0);
+    m_pElements->scratch.clear();
     if (std::wcscmp(pszName, L"xml") == 0)
     {
         if (m_bRootWritten)
@@ -424,15 +628,15 @@ void UXmlWriter::WriteProcessingInstruction(const wchar_t* pszName, const wchar_
         m_state = eXmlWriterState_Prolog;
     }
     else if (m_state == eXmlWriterState_Prolog)
-        AppendNewLineAndIndent(m_scratch, 0);
+        AppendNewLineAndIndent(0);
     else if (m_state != eXmlWriterState_Start)
         throw UInvalidOperationException(kNotProperState);
-    m_scratch.Append(L"<?");
-    m_scratch.Append(pszName);
-    m_scratch.Append(L' ');
-    m_scratch.Append(text);
-    m_scratch.Append(L"?>");
-    Emit(m_scratch);
+    m_pElements->scratch.append(L"<?");
+    m_pElements->scratch.append(pszName);
+    m_pElements->scratch.push_back(L' ');
+    m_pElements->scratch.append(text);
+    m_pElements->scratch.append(L"?>");
+    Emit(m_pElements->scratch.data(), static_cast<unsigned long>(m_pElements->scratch.size()));
 }
 
 void UXmlWriter::WriteDocType(const wchar_t* pszName, const wchar_t* pszPublicId, const wchar_t* pszSystemId,
@@ -451,36 +655,36 @@ void UXmlWriter::WriteDocType(const wchar_t* pszName, const wchar_t* pszPublicId
     if (m_state != eXmlWriterState_Prolog)
         throw UInvalidOperationException(L"A DOCTYPE declaration must be written in the prolog only (invalid writer "
                                          L"state).");
-    m_scratch.Clear(0);
-    AppendNewLineAndIndent(m_scratch, 0);
-    m_scratch.Append(L"<!DOCTYPE ");
-    m_scratch.Append(pszName);
+    m_pElements->scratch.clear();
+    AppendNewLineAndIndent(0);
+    m_pElements->scratch.append(L"<!DOCTYPE ");
+    m_pElements->scratch.append(pszName);
     if (hasPublic)
     {
-        m_scratch.Append(L" PUBLIC \"");
-        m_scratch.Append(pszPublicId);
-        m_scratch.Append(L'"');
+        m_pElements->scratch.append(L" PUBLIC \"");
+        m_pElements->scratch.append(pszPublicId);
+        m_pElements->scratch.push_back(L'"');
         if (hasSystem)
         {
-            m_scratch.Append(L" \"");
-            m_scratch.Append(pszSystemId);
-            m_scratch.Append(L'"');
+            m_pElements->scratch.append(L" \"");
+            m_pElements->scratch.append(pszSystemId);
+            m_pElements->scratch.push_back(L'"');
         }
     }
     else
     {
-        m_scratch.Append(L" SYSTEM \"");
-        m_scratch.Append(pszSystemId);
-        m_scratch.Append(L'"');
+        m_pElements->scratch.append(L" SYSTEM \"");
+        m_pElements->scratch.append(pszSystemId);
+        m_pElements->scratch.push_back(L'"');
     }
     if (pszSubset != nullptr)
     {
-        m_scratch.Append(L" [");
-        m_scratch.Append(pszSubset);
-        m_scratch.Append(L']');
+        m_pElements->scratch.append(L" [");
+        m_pElements->scratch.append(pszSubset);
+        m_pElements->scratch.push_back(L']');
     }
-    m_scratch.Append(L'>');
-    Emit(m_scratch);
+    m_pElements->scratch.push_back(L'>');
+    Emit(m_pElements->scratch.data(), static_cast<unsigned long>(m_pElements->scratch.size()));
 }
 
 // ---- Elements ----
@@ -523,55 +727,59 @@ void UXmlWriter::StartElement(const wchar_t* pszPrefix, const wchar_t* pszLocalN
         throw UArgumentException(L"pszNamespace", L"Invalid namespace name.");
     CheckUsable();
     // Kept: without a declaration a second root element is not refused (pinned by
-    // XmlWriterTest.SecondRootElement).
-    if (m_bRootWritten && m_bRootElementWritten && m_state == eXmlWriterState_Content && m_pElements->items.empty())
+    // XmlWriterTest.ExactOutput).
+    if (m_bRootWritten && m_bRootElementWritten && m_state == eXmlWriterState_Content && m_pElements->Empty())
         throw UInvalidOperationException(L"Writing another root element would violate well-formedness.");
 
-    m_scratch.Clear(0);
+    m_pElements->scratch.clear();
     switch (m_state)
     {
     case eXmlWriterState_Attribute:
     case eXmlWriterState_Element:
         WriteCurrentElementAndAttributes();
-        m_scratch.Append(L'>');
-        AppendNewLineAndIndent(m_scratch, m_pElements->Depth());
+        m_pElements->scratch.push_back(L'>');
+        AppendNewLineAndIndent(m_pElements->Depth());
         break;
     case eXmlWriterState_Content:
     case eXmlWriterState_Prolog:
-        AppendNewLineAndIndent(m_scratch, m_pElements->Depth());
+        AppendNewLineAndIndent(m_pElements->Depth());
         break;
     case eXmlWriterState_Start:
         break;
     default:
         throw UInvalidOperationException(kNotProperState);
     }
-    m_scratch.Append(L'<');
-    Emit(m_scratch);
+    m_pElements->scratch.push_back(L'<');
+    Emit(m_pElements->scratch.data(), static_cast<unsigned long>(m_pElements->scratch.size()));
 
-    Element element;
-    element.prefix = prefix;
-    element.localName = pszLocalName;
-    element.uri = OrEmpty(pszNamespace);
-    if (!m_pElements->items.empty())
-    {
-        Element& parent = m_pElements->Top();
-        parent.bHasChildElements = 1;
-        element.lang = parent.lang;
-        element.space = parent.space;
-    }
+    Element* parent = m_pElements->Empty() ? nullptr : &m_pElements->Top();
+    if (parent != nullptr)
+        parent->bHasChildElements = 1;
+    Element& element = m_pElements->Push();
+    parent = m_pElements->Depth() > 1 ? &m_pElements->items[m_pElements->Depth() - 2] : nullptr;
+    element.prefix.Assign(prefix);
+    element.localName.Assign(pszLocalName);
+    const UStringBuilder* lang = parent != nullptr ? &parent->lang : nullptr;
+    if (lang != nullptr && !lang->IsEmpty())
+        element.lang.Assign(lang->GetBuffer(), lang->GetLength());
+    else if (!element.lang.IsEmpty())
+        element.lang.Clear(0);
+    element.space = parent != nullptr ? parent->space : eXmlSpace_None;
     if (bNamespaceGiven)
     {
-        const UString* bound = m_pElements->LookupNamespace(element.prefix);
-        if (bound == nullptr || !(*bound == element.uri))
+        TextBuffer uri;
+        uri.Assign(pszNamespace);
+        const TextBuffer* bound = m_pElements->LookupNamespace(element.prefix);
+        if (bound == nullptr || !Same(*bound, uri))
         {
-            element.declarations.push_back(Declaration{element.prefix, element.uri});
-            if (element.prefix.IsEmpty())
-                element.attributes.push_back(Attribute{UString(), UString(L"xmlns"), element.uri});
-            else
-                element.attributes.push_back(Attribute{UString(L"xmlns"), element.prefix, element.uri});
+            element.AddDeclaration(element.prefix, uri);
+            Attribute& declaration =
+                element.prefix.IsEmpty()
+                    ? element.AddAttribute(L"", 0, L"xmlns", 5)
+                    : element.AddAttribute(L"xmlns", 5, element.prefix.GetBuffer(), element.prefix.GetLength());
+            declaration.value.Assign(uri.GetBuffer(), uri.GetLength());
         }
     }
-    m_pElements->items.push_back(element);
     m_state = eXmlWriterState_Element;
 }
 
@@ -583,27 +791,28 @@ void UXmlWriter::WriteCurrentElementAndAttributes()
     const wchar_t quote = m_wcQuoteChar;
     if (!element.prefix.IsEmpty())
     {
-        m_scratch.Append(element.prefix.GetBuffer(), element.prefix.GetLength());
-        m_scratch.Append(L':');
+        m_pElements->scratch.append(element.prefix.GetBuffer(), element.prefix.GetLength());
+        m_pElements->scratch.push_back(L':');
     }
-    m_scratch.Append(element.localName.GetBuffer(), element.localName.GetLength());
+    m_pElements->scratch.append(element.localName.GetBuffer(), element.localName.GetLength());
     // Namespace declarations first, then the other attributes, each in the order written.
     for (int pass = 0; pass < 2; ++pass)
-        for (const Attribute& attribute : element.attributes)
+        for (size_t i = 0; i < element.attributeCount; ++i)
         {
-            if (IsDeclaration(attribute) != (pass == 0))
+            const Attribute& attribute = element.attributes[i];
+            if (attribute.bDeclaration != (pass == 0))
                 continue;
-            m_scratch.Append(L' ');
+            m_pElements->scratch.push_back(L' ');
             if (!attribute.prefix.IsEmpty())
             {
-                m_scratch.Append(attribute.prefix.GetBuffer(), attribute.prefix.GetLength());
-                m_scratch.Append(L':');
+                m_pElements->scratch.append(attribute.prefix.GetBuffer(), attribute.prefix.GetLength());
+                m_pElements->scratch.push_back(L':');
             }
-            m_scratch.Append(attribute.localName.GetBuffer(), attribute.localName.GetLength());
-            m_scratch.Append(L'=');
-            m_scratch.Append(quote);
-            m_scratch.Append(attribute.value.GetBuffer(), attribute.value.GetLength());
-            m_scratch.Append(quote);
+            m_pElements->scratch.append(attribute.localName.GetBuffer(), attribute.localName.GetLength());
+            m_pElements->scratch.push_back(L'=');
+            m_pElements->scratch.push_back(quote);
+            m_pElements->scratch.append(attribute.value.GetBuffer(), attribute.value.GetLength());
+            m_pElements->scratch.push_back(quote);
         }
 }
 
@@ -612,10 +821,10 @@ void UXmlWriter::CloseElementStartTag()
     CheckUsable();
     if (m_state != eXmlWriterState_Attribute && m_state != eXmlWriterState_Element)
         return;
-    m_scratch.Clear(0);
+    m_pElements->scratch.clear();
     WriteCurrentElementAndAttributes();
-    m_scratch.Append(L'>');
-    Emit(m_scratch);
+    m_pElements->scratch.push_back(L'>');
+    Emit(m_pElements->scratch.data(), static_cast<unsigned long>(m_pElements->scratch.size()));
     m_state = eXmlWriterState_Content;
 }
 
@@ -623,31 +832,31 @@ void UXmlWriter::WriteEndElement()
 {
     CheckUsable();
     const bool pending = m_state == eXmlWriterState_Attribute || m_state == eXmlWriterState_Element;
-    if (m_pElements->items.empty() || (!pending && m_state != eXmlWriterState_Content))
+    if (m_pElements->Empty() || (!pending && m_state != eXmlWriterState_Content))
         throw UInvalidOperationException(L"Not writing attribute, element or content at the moment.");
-    m_scratch.Clear(0);
+    m_pElements->scratch.clear();
     if (pending)
     {
         WriteCurrentElementAndAttributes();
-        m_scratch.Append(L" />");
+        m_pElements->scratch.append(L" />");
     }
     else
     {
         const Element& element = m_pElements->Top();
         if (element.bHasChildElements)
-            AppendNewLineAndIndent(m_scratch, m_pElements->Depth() - 1);
-        m_scratch.Append(L"</");
+            AppendNewLineAndIndent(m_pElements->Depth() - 1);
+        m_pElements->scratch.append(L"</");
         if (!element.prefix.IsEmpty())
         {
-            m_scratch.Append(element.prefix.GetBuffer(), element.prefix.GetLength());
-            m_scratch.Append(L':');
+            m_pElements->scratch.append(element.prefix.GetBuffer(), element.prefix.GetLength());
+            m_pElements->scratch.push_back(L':');
         }
-        m_scratch.Append(element.localName.GetBuffer(), element.localName.GetLength());
-        m_scratch.Append(L'>');
+        m_pElements->scratch.append(element.localName.GetBuffer(), element.localName.GetLength());
+        m_pElements->scratch.push_back(L'>');
     }
-    Emit(m_scratch);
-    m_pElements->items.pop_back();
-    if (m_pElements->items.empty())
+    Emit(m_pElements->scratch.data(), static_cast<unsigned long>(m_pElements->scratch.size()));
+    m_pElements->Pop();
+    if (m_pElements->Empty())
         m_bRootElementWritten = 1;
     m_state = eXmlWriterState_Content;
 }
@@ -661,7 +870,7 @@ void UXmlWriter::WriteFullEndElement()
 void UXmlWriter::WriteEndDocument()
 {
     CheckUsable();
-    while (!m_pElements->items.empty())
+    while (!m_pElements->Empty())
         WriteEndElement();
 }
 
@@ -722,35 +931,40 @@ void UXmlWriter::StartAttribute(const wchar_t* pszPrefix, const wchar_t* pszLoca
         Fail(L"Cannot write an attribute when not within an element.");
 
     Element& element = m_pElements->Top();
-    UString attributePrefix(prefix);
+    m_pElements->attributePrefix.Assign(prefix);
     // An empty namespace declares nothing; a declaration attribute itself is never namespaced.
-    if (*uri != 0 && !(attributePrefix == UString(L"xmlns")))
+    if (*uri != 0 && !Is(m_pElements->attributePrefix, L"xmlns"))
     {
-        const UString namespaceUri(uri);
-        if (attributePrefix.IsEmpty())
+        TextBuffer namespaceUri;
+        namespaceUri.Assign(uri);
+        if (m_pElements->attributePrefix.IsEmpty())
         {
             // A default namespace does not apply to attributes: they need a real prefix.
-            const UString* found = LookupPrefix(namespaceUri);
-            if (found != nullptr && !found->IsEmpty())
-                attributePrefix = *found;
+            const wchar_t* found = LookupPrefix(namespaceUri.GetBuffer());
+            if (found != nullptr && *found != 0)
+                m_pElements->attributePrefix.Assign(found);
             else
-                attributePrefix = GeneratePrefix();
+                m_pElements->attributePrefix.Assign(GeneratePrefix());
         }
-        const UString* bound = m_pElements->LookupNamespace(attributePrefix);
-        if (bound == nullptr || !(*bound == namespaceUri))
+        const TextBuffer* bound = m_pElements->LookupNamespace(m_pElements->attributePrefix);
+        if (bound == nullptr || !Same(*bound, namespaceUri))
         {
-            for (const Declaration& declaration : element.declarations)
-                if (declaration.prefix == attributePrefix)
+            for (size_t i = 0; i < element.declarationCount; ++i)
+                if (Same(element.declarations[i].prefix, m_pElements->attributePrefix))
                     throw UArgumentException(L"pszPrefix", L"The prefix is bound to another namespace on this "
                                                            L"element.");
-            element.declarations.push_back(Declaration{attributePrefix, namespaceUri});
-            element.attributes.push_back(Attribute{UString(L"xmlns"), attributePrefix, namespaceUri});
+            element.AddDeclaration(m_pElements->attributePrefix, namespaceUri);
+            element
+                .AddAttribute(L"xmlns", 5, m_pElements->attributePrefix.GetBuffer(),
+                              m_pElements->attributePrefix.GetLength())
+                .value.Assign(namespaceUri.GetBuffer(), namespaceUri.GetLength());
         }
     }
     // Kept: an attribute that is still open keeps an empty value; only the last record is ever
-    // completed (pinned by XmlWriterTest.StartingAnAttributeLeavesTheOpenOneEmpty).
-    element.attributes.push_back(Attribute{attributePrefix, UString(pszLocalName), UString()});
-    m_value.Clear(0);
+    // completed (pinned by XmlWriterTest.ExactOutput).
+    element.AddAttribute(m_pElements->attributePrefix.GetBuffer(), m_pElements->attributePrefix.GetLength(),
+                         pszLocalName, static_cast<unsigned long>(std::wcslen(pszLocalName)));
+    m_pElements->value.clear();
     m_state = eXmlWriterState_Attribute;
 }
 
@@ -760,24 +974,33 @@ void UXmlWriter::WriteEndAttribute()
     if (m_state != eXmlWriterState_Attribute)
         throw UInvalidOperationException(L"State of the writer is not eXmlWriterState_Attribute.");
     Element& element = m_pElements->Top();
-    Attribute& attribute = element.attributes.back();
-    attribute.value.Assign(m_value.GetBuffer(), m_value.GetLength());
-    const UString name = QualifiedName(attribute.prefix, attribute.localName);
-    if (name == UString(L"xml:space"))
+    Attribute& attribute = element.attributes[element.attributeCount - 1];
+    attribute.value.Assign(m_pElements->value.data(), m_pElements->value.size());
+    // "xml:space" and the like, whether written with a prefix or as one local name.
+    const bool xmlPrefix = Is(attribute.prefix, L"xml");
+    // Only names that begin with "xml" are special; the rest skip the comparisons.
+    if (!xmlPrefix && !attribute.bDeclaration && attribute.localName.GetBuffer()[0] != L'x')
     {
-        if (attribute.value == UString(L"preserve"))
+        m_state = eXmlWriterState_Element;
+        return;
+    }
+    if ((xmlPrefix && Is(attribute.localName, L"space")) ||
+        (attribute.prefix.IsEmpty() && Is(attribute.localName, L"xml:space")))
+    {
+        if (Is(attribute.value, L"preserve"))
             element.space = eXmlSpace_Preserve;
-        else if (attribute.value == UString(L"default"))
+        else if (Is(attribute.value, L"default"))
             element.space = eXmlSpace_Default;
         else
             FailArgument(L"pszValue", L"Invalid value for attribute 'xml:space'.");
     }
-    else if (name == UString(L"xml:lang"))
-        element.lang = attribute.value;
-    else if (name == UString(L"xmlns"))
-        element.declarations.push_back(Declaration{UString(), attribute.value});
-    else if (attribute.prefix == UString(L"xmlns"))
-        element.declarations.push_back(Declaration{attribute.localName, attribute.value});
+    else if ((xmlPrefix && Is(attribute.localName, L"lang")) ||
+             (attribute.prefix.IsEmpty() && Is(attribute.localName, L"xml:lang")))
+        element.lang.Assign(attribute.value.GetBuffer(), attribute.value.GetLength());
+    else if (attribute.prefix.IsEmpty() && Is(attribute.localName, L"xmlns"))
+        element.AddDeclaration(UString::Empty, attribute.value);
+    else if (Is(attribute.prefix, L"xmlns"))
+        element.AddDeclaration(attribute.localName, attribute.value);
     m_state = eXmlWriterState_Element;
 }
 
@@ -803,21 +1026,26 @@ void UXmlWriter::WriteAttributeString(const wchar_t* pszLocalName, const wchar_t
     WriteEndAttribute();
 }
 
-const UString* UXmlWriter::LookupPrefix(const UString& namespaceUri) const
+const wchar_t* UXmlWriter::LookupPrefix(const wchar_t* pszNamespace) const
 {
-    const auto& items = m_pElements->items;
-    for (auto element = items.rbegin(); element != items.rend(); ++element)
-        for (auto declaration = element->declarations.rbegin(); declaration != element->declarations.rend();
-             ++declaration)
+    TextBuffer namespaceUri;
+    namespaceUri.Assign(pszNamespace);
+    const ElementStack& stack = *m_pElements;
+    for (unsigned long level = stack.Depth(); level-- > 0;)
+    {
+        const Element& element = stack.items[level];
+        for (size_t i = element.declarationCount; i-- > 0;)
         {
+            const Declaration& declaration = element.declarations[i];
             // A binding counts only while no inner declaration hides its prefix.
-            if (declaration->uri == namespaceUri)
+            if (Same(declaration.uri, namespaceUri))
             {
-                const UString* current = m_pElements->LookupNamespace(declaration->prefix);
-                if (current != nullptr && *current == namespaceUri)
-                    return &declaration->prefix;
+                const TextBuffer* current = stack.LookupNamespace(declaration.prefix);
+                if (current != nullptr && Same(*current, namespaceUri))
+                    return declaration.prefix.GetBuffer();
             }
         }
+    }
     return nullptr;
 }
 
@@ -839,9 +1067,13 @@ void UXmlWriter::WriteStringInternal(const wchar_t* pszText, unsigned long ulLen
 {
     const bool attribute = m_state == eXmlWriterState_Attribute;
     if (!attribute)
-        m_value.Clear(0);
+        m_pElements->value.clear();
     if (pszText == nullptr)
         return;
+    // Outside an attribute the escaped text goes straight into the collected output; a broken
+    // string takes back what it added, so that nothing of it is written.
+    WideBuffer& out = attribute ? m_pElements->value : m_pElements->output;
+    const size_t start = out.size();
     const unsigned long length = ulLength == kWholeString ? static_cast<unsigned long>(std::wcslen(pszText)) : ulLength;
     unsigned long runStart = 0;
     unsigned long index = 0;
@@ -856,52 +1088,45 @@ void UXmlWriter::WriteStringInternal(const wchar_t* pszText, unsigned long ulLen
         if (wc >= 0xD800 && wc <= 0xDFFF)
         {
             if (!IsHighSurrogate(wc) || index + 1 >= length || !IsLowSurrogate(pszText[index + 1]))
+            {
+                out.truncate(start);
                 throw UArgumentException(L"pszText", L"Detected malformed UTF-16 string.");
+            }
             index += 2;
             continue;
         }
-        m_value.Append(pszText + runStart, index - runStart);
+        out.append(pszText + runStart, index - runStart);
         switch (wc)
         {
         case L'&':
-            m_value.Append(L"&amp;", 5);
+            out.append(L"&amp;", 5);
             break;
         case L'<':
-            m_value.Append(L"&lt;", 4);
+            out.append(L"&lt;", 4);
             break;
         case L'>':
-            m_value.Append(L"&gt;", 4);
+            out.append(L"&gt;", 4);
             break;
         case L'"':
-            m_value.Append(L"&quot;", 6);
+            out.append(L"&quot;", 6);
             break;
         case L'\'':
-            m_value.Append(L"&apos;", 6);
+            out.append(L"&apos;", 6);
             break;
         default: {
             // Kept: control characters become "&#0x" and two hexadecimal digits, without a
-            // semicolon (pinned by XmlWriterTest.TextEscaping).
+            // semicolon (pinned by XmlWriterTest.ExactOutput).
             wchar_t reference[8];
             std::swprintf(reference, 8, L"&#0x%02X", static_cast<unsigned int>(wc));
-            m_value.Append(reference, 6);
+            out.append(reference, 6);
             break;
         }
         }
         runStart = ++index;
     }
-    if (attribute)
-    {
-        m_value.Append(pszText + runStart, length - runStart);
-        return;
-    }
-    if (runStart == 0)
-    {
-        // Nothing to escape: the text goes out as it is.
-        Emit(pszText, length);
-        return;
-    }
-    m_value.Append(pszText + runStart, length - runStart);
-    Emit(m_value);
+    out.append(pszText + runStart, length - runStart);
+    if (!attribute && out.size() >= kOutputChunk)
+        WriteOutput();
 }
 
 void UXmlWriter::WriteText(const wchar_t* pwcText, unsigned long ulCount)
@@ -940,29 +1165,29 @@ void UXmlWriter::WriteValueBool(int bValue)
 void UXmlWriter::WriteValueU32(unsigned long ulValue)
 {
     wchar_t text[20];
-    std::swprintf(text, 20, L"%lu", ulValue);
-    WriteText(text, kWholeString);
+    WriteText(text, FormatDecimal(ulValue, false, text));
 }
 
 void UXmlWriter::WriteValueI32(long lValue)
 {
     wchar_t text[20];
-    std::swprintf(text, 20, L"%ld", lValue);
-    WriteText(text, kWholeString);
+    const unsigned long long magnitude =
+        lValue < 0 ? 0ULL - static_cast<unsigned long long>(lValue) : static_cast<unsigned long long>(lValue);
+    WriteText(text, FormatDecimal(magnitude, lValue < 0, text));
 }
 
 void UXmlWriter::WriteValueU64(unsigned __int64 ullValue)
 {
     wchar_t text[30];
-    std::swprintf(text, 30, L"%llu", ullValue);
-    WriteText(text, kWholeString);
+    WriteText(text, FormatDecimal(ullValue, false, text));
 }
 
 void UXmlWriter::WriteValueI64(unsigned __int64 ullValue)
 {
+    // The bits are taken as a signed number.
     wchar_t text[30];
-    std::swprintf(text, 30, L"%lld", static_cast<long long>(ullValue));
-    WriteText(text, kWholeString);
+    const bool negative = (ullValue >> 63) != 0;
+    WriteText(text, FormatDecimal(negative ? 0ULL - ullValue : ullValue, negative, text));
 }
 
 void UXmlWriter::PrepareWritingText()
@@ -984,7 +1209,7 @@ void UXmlWriter::PrepareWritingText()
 void UXmlWriter::EmitRaw(const wchar_t* pwcText, unsigned long ulCount)
 {
     if (m_state == eXmlWriterState_Attribute)
-        m_value.Append(pwcText, ulCount);
+        m_pElements->value.append(pwcText, ulCount);
     else
         Emit(pwcText, ulCount);
 }
@@ -1008,11 +1233,11 @@ void UXmlWriter::WriteCData(const wchar_t* pszText)
         FailArgument(L"pszText", L"String contains invalid characters.");
     if (std::wcsstr(pszText, L"]]>") != nullptr)
         FailArgument(L"pszText", L"String contains ']]>' (end of CDATA sequence).");
-    m_scratch.Clear(0);
-    m_scratch.Append(L"<![CDATA[");
-    m_scratch.Append(pszText);
-    m_scratch.Append(L"]]>");
-    Emit(m_scratch);
+    m_pElements->scratch.clear();
+    m_pElements->scratch.append(L"<![CDATA[");
+    m_pElements->scratch.append(pszText);
+    m_pElements->scratch.append(L"]]>");
+    Emit(m_pElements->scratch.data(), static_cast<unsigned long>(m_pElements->scratch.size()));
     m_state = eXmlWriterState_Content;
 }
 
@@ -1029,12 +1254,12 @@ void UXmlWriter::WriteComment(const wchar_t* pszText)
     if (length != 0 && pszText[length - 1] == L'-')
         FailArgument(L"pszText", L"String ends with '-' (end of comment).");
     CloseElementStartTag();
-    m_scratch.Clear(0);
-    AppendNewLineAndIndent(m_scratch, m_pElements->Depth());
-    m_scratch.Append(L"<!--");
-    m_scratch.Append(pszText);
-    m_scratch.Append(L"-->");
-    Emit(m_scratch);
+    m_pElements->scratch.clear();
+    AppendNewLineAndIndent(m_pElements->Depth());
+    m_pElements->scratch.append(L"<!--");
+    m_pElements->scratch.append(pszText);
+    m_pElements->scratch.append(L"-->");
+    Emit(m_pElements->scratch.data(), static_cast<unsigned long>(m_pElements->scratch.size()));
     m_state = eXmlWriterState_Content;
 }
 
@@ -1063,11 +1288,11 @@ void UXmlWriter::WriteEntityRef(const wchar_t* pszName)
 {
     CheckNameArgument(pszName);
     PrepareWritingText();
-    m_scratch.Clear(0);
-    m_scratch.Append(L'&');
-    m_scratch.Append(pszName);
-    m_scratch.Append(L';');
-    EmitRaw(m_scratch.GetBuffer(), m_scratch.GetLength());
+    m_pElements->scratch.clear();
+    m_pElements->scratch.push_back(L'&');
+    m_pElements->scratch.append(pszName);
+    m_pElements->scratch.push_back(L';');
+    EmitRaw(m_pElements->scratch.data(), m_pElements->scratch.size());
 }
 
 void UXmlWriter::WriteName(const wchar_t* pszName)
@@ -1090,8 +1315,11 @@ void UXmlWriter::WriteWhitespace(const wchar_t* pszText)
     Internal::ThrowIfNull(pszText, L"pszText");
     if (!AllWhite(pszText))
         throw UArgumentException(L"pszText", L"String contains non-white space characters.");
-    // White space is fine in the prolog and after the root, so no state is refused here.
-    CloseElementStartTag();
+    // White space is fine in the prolog and after the root, so no state is refused here. As with
+    // text, an open attribute takes it into its value and an open start tag is closed first.
+    CheckUsable();
+    if (m_state == eXmlWriterState_Element)
+        CloseElementStartTag();
     EmitRaw(pszText, static_cast<unsigned long>(std::wcslen(pszText)));
 }
 
@@ -1102,17 +1330,17 @@ void UXmlWriter::WriteQualifiedName(const wchar_t* pszLocalName, const wchar_t* 
         throw UArgumentException(L"pszLocalName", L"Argument 'pszLocalName' must not be an empty string.");
     if (!CheckName(pszLocalName, eElementName))
         throw UArgumentException(L"pszLocalName", L"Argument 'pszLocalName' is not a valid xml name.");
-    const UString* prefix = LookupPrefix(UString(OrEmpty(pszNamespace)));
-    if (IsEmpty(pszNamespace) || prefix == nullptr)
+    const wchar_t* prefix = IsEmpty(pszNamespace) ? nullptr : LookupPrefix(pszNamespace);
+    if (prefix == nullptr)
         throw UArgumentException(L"pszNamespace", L"Namespace is not defined.");
     PrepareWritingText();
-    m_scratch.Clear(0);
+    m_pElements->scratch.clear();
     // Kept: the colon stands even after the empty prefix of a default namespace (pinned by
-    // XmlWriterTest.QualifiedNames).
-    m_scratch.Append(prefix->GetBuffer(), prefix->GetLength());
-    m_scratch.Append(L':');
-    m_scratch.Append(pszLocalName);
-    EmitRaw(m_scratch.GetBuffer(), m_scratch.GetLength());
+    // XmlWriterTest.ExactOutput).
+    m_pElements->scratch.append(prefix);
+    m_pElements->scratch.push_back(L':');
+    m_pElements->scratch.append(pszLocalName);
+    EmitRaw(m_pElements->scratch.data(), m_pElements->scratch.size());
 }
 
 void UXmlWriter::WriteBase64(const unsigned char* pbyBuffer, unsigned long ulCount)
@@ -1167,10 +1395,10 @@ void UXmlWriter::WriteBinHex(const unsigned char* pbyBuffer, unsigned long ulCou
 void UXmlWriter::Indent(unsigned long ulLevels)
 {
     CheckUsable();
-    m_scratch.Clear(0);
+    m_pElements->scratch.clear();
     for (unsigned long i = 0; i < ulLevels; ++i)
-        m_scratch.Append(m_indentChars.GetBuffer(), m_indentChars.GetLength());
-    Emit(m_scratch);
+        m_pElements->scratch.append(m_indentChars.GetBuffer(), m_indentChars.GetLength());
+    Emit(m_pElements->scratch.data(), static_cast<unsigned long>(m_pElements->scratch.size()));
 }
 
 } // namespace Xml

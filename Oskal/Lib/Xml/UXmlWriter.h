@@ -22,8 +22,9 @@ namespace Xml
 // attributes are held back until the first child node or the end tag decides between
 // "<a ...>" and "<a ... />"; nested start tags, comments and the end tags of elements with child
 // elements go on their own indented lines, text is never indented. A failure that may have left
-// broken output moves the writer to the Error state, from which only Close leads out. The stream
-// stays with its owner: Close flushes the encoder but neither flushes nor closes the stream.
+// broken output moves the writer to the Error state, from which only Close leads out. Output
+// reaches the stream in chunks and at the latest by Flush or Close. The stream stays with its
+// owner: Close flushes the encoder but neither flushes nor closes the stream.
 class OSKAL_LIB_API UXmlWriter : private IO::UStreamWriter
 {
 public:
@@ -113,7 +114,7 @@ protected:
     void PrepareWritingText();
     void Indent(unsigned long ulLevels);
     // The prefix bound to the namespace in scope, or null.
-    const UString* LookupPrefix(const UString& namespaceUri) const;
+    const wchar_t* LookupPrefix(const wchar_t* pszNamespace) const;
     UString GeneratePrefix() const;
 
 private:
@@ -121,7 +122,12 @@ private:
 
     void Init();
     // "Writer has been closed." / "Writer is in the error state."
-    void CheckUsable() const;
+    void CheckUsable() const
+    {
+        if (m_state == eXmlWriterState_Closed || m_state == eXmlWriterState_Error)
+            ThrowUnusable();
+    }
+    [[noreturn]] void ThrowUnusable() const;
     // Moves to the Error state, then throws.
     [[noreturn]] void Fail(const wchar_t* pszMessage);
     [[noreturn]] void FailArgument(const wchar_t* pszName, const wchar_t* pszMessage);
@@ -133,9 +139,12 @@ private:
     void StartAttribute(const wchar_t* pszPrefix, const wchar_t* pszLocalName, const wchar_t* pszNamespace);
     // The state step of WriteString and the value writers, then the escaped text.
     void WriteText(const wchar_t* pwcText, unsigned long ulCount);
-    void AppendNewLineAndIndent(UStringBuilder& out, unsigned long ulLevels);
-    // To the stream; a failing stream leaves the writer in the Error state.
+    // A new line and the indentation for ulLevels, onto the text being assembled.
+    void AppendNewLineAndIndent(unsigned long ulLevels);
+    // Output goes to the stream in chunks, at the latest by Flush and Close; a failing stream
+    // leaves the writer in the Error state.
     void Emit(const wchar_t* pwcText, unsigned long ulCount);
+    void WriteOutput();
     void Emit(const UString& text);
     // Unescaped: into the attribute value while an attribute is open, else to the stream.
     void EmitRaw(const wchar_t* pwcText, unsigned long ulCount);
@@ -146,8 +155,6 @@ private:
     int m_bClosing;
     UString m_indentChars;
     wchar_t m_wcQuoteChar;
-    UStringBuilder m_value;
-    UStringBuilder m_scratch;
     ElementStack* m_pElements;
 };
 
