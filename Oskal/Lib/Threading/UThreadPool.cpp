@@ -76,7 +76,7 @@ bool PostWithRetry(unsigned long ulThreadId, UINT uMessage, WPARAM wParam, const
 } // namespace
 
 UThreadPool::UThreadPool(unsigned long ulMinThreads, unsigned long ulMaxThreads, unsigned long ulKeepTime)
-    : m_pManagerThread(nullptr), m_hSlots(nullptr), m_hManagerReady(nullptr), m_hManagerFailed(nullptr),
+    : m_pManagerThread(nullptr), m_hSlots(nullptr), m_lSlots(0), m_hManagerReady(nullptr), m_hManagerFailed(nullptr),
       m_ulMinThreads(ulMinThreads), m_ulMaxThreads(ulMaxThreads), m_ulKeepTime(ulKeepTime),
       m_lManagerState(eManager_NotRunning), m_lManagerThreadId(0), m_lUsed(0), m_lFree(0), m_lQueued(0), m_lAborted(0)
 {
@@ -84,7 +84,8 @@ UThreadPool::UThreadPool(unsigned long ulMinThreads, unsigned long ulMaxThreads,
         throw UArgumentException(L"ulMaxThreads", L"Argument 'ulMaxThreads' must be from 1 to 0x7FFFFFFF.");
     if (ulMinThreads > ulMaxThreads)
         throw UArgumentException(L"ulMinThreads", L"Argument 'ulMinThreads' must not be greater than 'ulMaxThreads'.");
-    m_hSlots = CreateSemaphoreW(nullptr, static_cast<LONG>(ulMaxThreads), static_cast<LONG>(ulMaxThreads), nullptr);
+    m_lSlots = static_cast<LONG>(ulMaxThreads);
+    m_hSlots = CreateSemaphoreW(nullptr, 0, static_cast<LONG>(ulMaxThreads), nullptr);
     m_hManagerReady = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     m_hManagerFailed = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     if (m_hSlots == nullptr || m_hManagerReady == nullptr || m_hManagerFailed == nullptr)
@@ -117,7 +118,7 @@ void UThreadPool::Execute(UThreadPoolTask* pTask, unsigned long ulTimeout)
     Internal::ThrowIfNull(pTask, L"pTask");
     if (Read(m_lManagerState) == eManager_ShutDown)
         throw UShuttingDownException(L"The thread pool has been shut down.");
-    if (WaitForSingleObject(m_hSlots, ulTimeout) != WAIT_OBJECT_0)
+    if (!AcquireSlot(ulTimeout))
         throw UTimeoutException(L"Waiting for a thread to become available timed out.");
 
     UCriticalSectionAutoLock post(m_postLock);
@@ -620,10 +621,41 @@ void UThreadPool::PublishCounts()
     InterlockedExchange(&m_lFree, static_cast<LONG>(m_freeList.Count()));
 }
 
+// The slots are counted here, as free slots less waiting callers; the semaphore is touched only
+// when a caller has to wait or a waiting one is woken, which spares two kernel calls per task.
+bool UThreadPool::AcquireSlot(unsigned long ulTimeout)
+{
+    if (InterlockedDecrement(&m_lSlots) >= 0)
+        return true;
+    if (WaitForSingleObject(m_hSlots, ulTimeout) == WAIT_OBJECT_0)
+        return true;
+    for (;;)
+    {
+        // Timed out: stop waiting, unless a release has counted this caller in already; then its
+        // signal is on the way and the slot is ours.
+        LONG slots = Read(m_lSlots);
+        if (slots >= 0)
+            return WaitForSingleObject(m_hSlots, INFINITE), true;
+        if (InterlockedCompareExchange(&m_lSlots, slots + 1, slots) == slots)
+            return false;
+    }
+}
+
 void UThreadPool::ReleaseSlot()
 {
-    // Fails without harm at the maximum count.
-    ReleaseSemaphore(m_hSlots, 1, nullptr);
+    for (;;)
+    {
+        // Never above the maximum, as a semaphore's count cannot pass its maximum.
+        LONG slots = Read(m_lSlots);
+        if (slots >= static_cast<LONG>(m_ulMaxThreads))
+            return;
+        if (InterlockedCompareExchange(&m_lSlots, slots + 1, slots) == slots)
+        {
+            if (slots < 0)
+                ReleaseSemaphore(m_hSlots, 1, nullptr);
+            return;
+        }
+    }
 }
 
 void UThreadPool::CountAbortedTask()
