@@ -42,9 +42,9 @@ bool NoLogger()
 
 typedef wchar_t TextBuffer[ULog::MaxTextLength + 1];
 
-// msvcrt's own _vsnwprintf, not the C99 printf that mingw's C++ headers switch the unprefixed
-// names to: under the run-time's rules %s in a wide format takes a wide string, which is what
-// every caller of the library writes. On truncation it returns -1 without a terminator.
+// Kept (pinned by ULog.FormatsWithTheRuntimeRules): msvcrt's own _vsnwprintf, not the C99 printf that mingw's C++
+// headers switch the unprefixed names to: under the run-time's rules %s in a wide format takes a wide string, which is
+// what every caller of the library writes. On truncation it returns -1 without a terminator.
 void FormatV(TextBuffer& text, const wchar_t* pszFormat, va_list args)
 {
     va_list copy;
@@ -83,8 +83,8 @@ std::wstring Widen(const char* pszFormat)
 void ULog::Dispatch(const wchar_t* pszSource, ULogSeverity eSeverity, const wchar_t* pszText)
 {
     UCriticalSectionAutoLock lock(gRegistry.lock);
-    // A snapshot, so that a logger that unregisters itself (or another one) or logs again does
-    // not disturb this loop; the lock is re-entrant for that.
+    // Kept (pinned by ULog.CallsEachRegistrationInOrderOverASnapshot): a snapshot, so that a logger that unregisters
+    // itself (or another one) or logs again does not disturb this loop; the lock is re-entrant for that.
     const size_t count = gRegistry.loggers.size();
     if (count == 0)
         return;

@@ -137,7 +137,7 @@ void UThreadPool::Execute(UThreadPoolTask* pTask, unsigned long ulTimeout)
         ULog::Write(kSource, eLogSeverity_Error, L"Task (%s) is already executed in by another thread.",
                     Arg(pTask->GetTaskName()));
         pTask->Unlock();
-        // Kept: the slot taken above stays taken (pinned by UThreadPool.DoubleExecuteKeepsItsSlot).
+        // Kept: the slot taken above stays taken (pinned by UThreadPool.SlotsLostAndRegainedAsKept).
         throw UInvalidOperationException(L"Task is already executed by another thread.");
     }
     ResetEvent(pTask->m_hExitEvent);
@@ -197,6 +197,8 @@ unsigned long UThreadPool::GetManagerThreadId() const
     return static_cast<unsigned long>(Read(m_lManagerThreadId));
 }
 
+// Kept: waiting for the pool on one of its own threads would never end, so it is refused
+// (pinned by UThreadPool.WorkersStartFromSkewedStacksAndSurviveWhatRunDoes).
 void UThreadPool::ThrowIfOwnThread() const
 {
     if (GetCurrentThreadId() == GetManagerThreadId() || UThreadPoolThread::GetPoolOfCurrentThread() == this)
@@ -258,8 +260,10 @@ void UThreadPool::Abort(UThreadPoolTask* pTask)
     unsigned long managerId = GetManagerThreadId();
     if (managerId == 0 || pTask->GetThreadPool() != this)
         return;
+    // Gives up posting once the task has left the pool some other way (a shutdown ends the manager).
     PostWithRetry(managerId, MSG_THREAD_POOL_ABORT_TASK, reinterpret_cast<WPARAM>(pTask),
-                  L"Posting message 'MSG_THREAD_POOL_ABORT_TASK' to thread pool manager failed. Trying again...");
+                  L"Posting message 'MSG_THREAD_POOL_ABORT_TASK' to thread pool manager failed. Trying again...",
+                  pTask->m_hExitEvent);
     for (;;)
     {
         try
@@ -347,7 +351,8 @@ void UThreadPool::Maintain()
 
 void UThreadPool::DrainMessages()
 {
-    // Tasks posted before the quit but not yet read never run: they end aborted.
+    // Kept: tasks posted before the quit but not yet read never run; they end aborted
+    // (pinned by UThreadPool.ShutdownEndsRunningAndQueuedTasks).
     MSG msg;
     while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE))
     {
@@ -383,7 +388,8 @@ void UThreadPool::ExecuteTask(UThreadPoolTask* pTask)
 void UThreadPool::ReturnThreadPoolThread(UThreadPoolThread* pThread, UThreadPoolTask* pTask)
 {
     pTask->SetThreadPool(nullptr);
-    // The last touch: from here the task may be deleted or executed again.
+    // Kept: the exit event is the last touch; from here the task may be deleted or executed again
+    // (pinned by UThreadPool.AbortsTasksOverTheirLimitOnRequestAndWhenTheirThreadDies).
     SetEvent(pTask->m_hExitEvent);
     PostWithRetry(GetManagerThreadId(), MSG_THREAD_RETURN_THREAD, reinterpret_cast<WPARAM>(pThread),
                   L"Posting MSG_THREAD_RETURN_THREAD message failed. Trying again...", pThread->m_hQuit);
@@ -435,7 +441,7 @@ void UThreadPool::RemoveInactiveThreads()
                         L"Thread (id: 0x%x) is inactive, removing it from the pool...", Arg(thread->GetThreadId()));
             m_freeList.Remove(thread);
             // Kept: a retired idle worker gives a slot back, although it held none; the semaphore's
-            // maximum caps the count (pinned by UThreadPool.RetiringAnIdleWorkerGivesASlotBack).
+            // maximum caps the count (pinned by UThreadPool.SlotsLostAndRegainedAsKept).
             ReleaseSlot();
             delete thread;
             removed = true;
@@ -501,7 +507,7 @@ void UThreadPool::AbortOwnedTask(UThreadPoolThread* pThread, UThreadPoolTask* pT
     {
         // Kept: the pending flag is only ever raised again, never from clear, so a fenced task is
         // left alone until a later pass finds it unfenced (pinned by
-        // UThreadPool.AbortTaskOnAFencedTaskWaitsForRunToEnd).
+        // UThreadPool.FencedTasksAreReportedAndAbortedOnlyWhenUnfenced).
         if (pTask->IsAbortPending())
         {
             ULog::Write(kSource, eLogSeverity_Warning,
