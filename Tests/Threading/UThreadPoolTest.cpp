@@ -100,6 +100,9 @@ TEST(UThreadPool, GrowsToTheMaximumAndRetiresDownToTheMinimum)
     FnTask extra(0xFFFFFFFF, L"Extra");
     EXPECT_EQ(L"Waiting for a thread to become available timed out.",
               MessageOf<UTimeoutException>([&] { pool.Execute(&extra, 0); }));
+    EXPECT_EQ(L"Waiting for the task to exit timed out.",
+              MessageOf<UTimeoutException>([&] { tasks[0]->WaitForTaskToExit(0); }));
+    PostThreadMessageW(pool.GetManagerThreadId(), WM_USER + 9, 0, 0); // not the manager's
     SetEvent(release.h);
     for (auto& task : tasks)
         ExpectExit(*task, TaskStateFinished);
@@ -116,6 +119,7 @@ TEST(UThreadPool, GrowsToTheMaximumAndRetiresDownToTheMinimum)
     ExpectLine(log, L"Adding 2 thread(s) to the pool.", kPool, 0, manager);
     ExpectLine(log, L"Assigning thread (id: " + Hex(first) + L") to task (First).", kPool, 0, manager);
     ExpectLine(log, L"Status (used: 4, free: 0, max: 4).", kPool, 0, manager);
+    ExpectLine(log, L"Unhandled message received.", kPool, 1, manager);
     EXPECT_LE(1u, log.Count(L"Thread (id: " + Hex(first) + L") returned to the pool of available threads."));
     size_t retired = 0;
     for (const LogLine& line : log.Find(L"Thread (id: 0x"))
