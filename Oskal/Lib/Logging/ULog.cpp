@@ -27,17 +27,24 @@ struct LoggerRegistry
 {
     UCriticalSection lock;
     std::vector<ILogger*> loggers;
+    // The list's size, readable without the lock: with no logger a line is not even formatted.
+    volatile LONG count = 0;
 };
 
 // Made when the library loads and never destroyed, so that code which logs from its own static
 // destructors after ours have run still finds a working lock.
 LoggerRegistry& gRegistry = *new LoggerRegistry();
 
+bool NoLogger()
+{
+    return InterlockedCompareExchange(&gRegistry.count, 0, 0) == 0;
+}
+
 typedef wchar_t TextBuffer[ULog::MaxTextLength + 1];
 
-// msvcrt's own _vsnwprintf, not the C99 printf that mingw's C++ headers switch the unprefixed
-// names to: under the run-time's rules %s in a wide format takes a wide string, which is what
-// every caller of the library writes. On truncation it returns -1 without a terminator.
+// Kept (pinned by ULog.FormatsWithTheRuntimeRules): msvcrt's own _vsnwprintf, not the C99 printf that mingw's C++
+// headers switch the unprefixed names to: under the run-time's rules %s in a wide format takes a wide string, which is
+// what every caller of the library writes. On truncation it returns -1 without a terminator.
 void FormatV(TextBuffer& text, const wchar_t* pszFormat, va_list args)
 {
     va_list copy;
@@ -76,8 +83,8 @@ std::wstring Widen(const char* pszFormat)
 void ULog::Dispatch(const wchar_t* pszSource, ULogSeverity eSeverity, const wchar_t* pszText)
 {
     UCriticalSectionAutoLock lock(gRegistry.lock);
-    // A snapshot, so that a logger that unregisters itself (or another one) or logs again does
-    // not disturb this loop; the lock is re-entrant for that.
+    // Kept (pinned by ULog.CallsEachRegistrationInOrderOverASnapshot): a snapshot, so that a logger that unregisters
+    // itself (or another one) or logs again does not disturb this loop; the lock is re-entrant for that.
     const size_t count = gRegistry.loggers.size();
     if (count == 0)
         return;
@@ -97,6 +104,8 @@ void ULog::Dispatch(const wchar_t* pszSource, ULogSeverity eSeverity, const wcha
 
 void ULog::Write(const wchar_t* pszSource, ULogSeverity eSeverity, const wchar_t* pszFormat)
 {
+    if (NoLogger())
+        return;
     TextBuffer text;
     Format(text, pszFormat);
     Dispatch(pszSource, eSeverity, text);
@@ -104,6 +113,8 @@ void ULog::Write(const wchar_t* pszSource, ULogSeverity eSeverity, const wchar_t
 
 void ULog::Write(const wchar_t* pszSource, ULogSeverity eSeverity, const wchar_t* pszFormat, void* pArg1)
 {
+    if (NoLogger())
+        return;
     TextBuffer text;
     Format(text, pszFormat, pArg1);
     Dispatch(pszSource, eSeverity, text);
@@ -111,6 +122,8 @@ void ULog::Write(const wchar_t* pszSource, ULogSeverity eSeverity, const wchar_t
 
 void ULog::Write(const wchar_t* pszSource, ULogSeverity eSeverity, const wchar_t* pszFormat, void* pArg1, void* pArg2)
 {
+    if (NoLogger())
+        return;
     TextBuffer text;
     Format(text, pszFormat, pArg1, pArg2);
     Dispatch(pszSource, eSeverity, text);
@@ -119,6 +132,8 @@ void ULog::Write(const wchar_t* pszSource, ULogSeverity eSeverity, const wchar_t
 void ULog::Write(const wchar_t* pszSource, ULogSeverity eSeverity, const wchar_t* pszFormat, void* pArg1, void* pArg2,
                  void* pArg3)
 {
+    if (NoLogger())
+        return;
     TextBuffer text;
     Format(text, pszFormat, pArg1, pArg2, pArg3);
     Dispatch(pszSource, eSeverity, text);
@@ -127,6 +142,8 @@ void ULog::Write(const wchar_t* pszSource, ULogSeverity eSeverity, const wchar_t
 void ULog::Write(const wchar_t* pszSource, ULogSeverity eSeverity, const wchar_t* pszFormat, void* pArg1, void* pArg2,
                  void* pArg3, void* pArg4)
 {
+    if (NoLogger())
+        return;
     TextBuffer text;
     Format(text, pszFormat, pArg1, pArg2, pArg3, pArg4);
     Dispatch(pszSource, eSeverity, text);
@@ -135,6 +152,8 @@ void ULog::Write(const wchar_t* pszSource, ULogSeverity eSeverity, const wchar_t
 void ULog::Write(const wchar_t* pszSource, ULogSeverity eSeverity, const wchar_t* pszFormat, void* pArg1, void* pArg2,
                  void* pArg3, void* pArg4, void* pArg5)
 {
+    if (NoLogger())
+        return;
     TextBuffer text;
     Format(text, pszFormat, pArg1, pArg2, pArg3, pArg4, pArg5);
     Dispatch(pszSource, eSeverity, text);
@@ -142,34 +161,46 @@ void ULog::Write(const wchar_t* pszSource, ULogSeverity eSeverity, const wchar_t
 
 void ULog::Write(const wchar_t* pszSource, ULogSeverity eSeverity, const char* pszFormat)
 {
+    if (NoLogger())
+        return;
     Write(pszSource, eSeverity, Widen(pszFormat).c_str());
 }
 
 void ULog::Write(const wchar_t* pszSource, ULogSeverity eSeverity, const char* pszFormat, void* pArg1)
 {
+    if (NoLogger())
+        return;
     Write(pszSource, eSeverity, Widen(pszFormat).c_str(), pArg1);
 }
 
 void ULog::Write(const wchar_t* pszSource, ULogSeverity eSeverity, const char* pszFormat, void* pArg1, void* pArg2)
 {
+    if (NoLogger())
+        return;
     Write(pszSource, eSeverity, Widen(pszFormat).c_str(), pArg1, pArg2);
 }
 
 void ULog::Write(const wchar_t* pszSource, ULogSeverity eSeverity, const char* pszFormat, void* pArg1, void* pArg2,
                  void* pArg3)
 {
+    if (NoLogger())
+        return;
     Write(pszSource, eSeverity, Widen(pszFormat).c_str(), pArg1, pArg2, pArg3);
 }
 
 void ULog::Write(const wchar_t* pszSource, ULogSeverity eSeverity, const char* pszFormat, void* pArg1, void* pArg2,
                  void* pArg3, void* pArg4)
 {
+    if (NoLogger())
+        return;
     Write(pszSource, eSeverity, Widen(pszFormat).c_str(), pArg1, pArg2, pArg3, pArg4);
 }
 
 void ULog::Write(const wchar_t* pszSource, ULogSeverity eSeverity, const char* pszFormat, void* pArg1, void* pArg2,
                  void* pArg3, void* pArg4, void* pArg5)
 {
+    if (NoLogger())
+        return;
     Write(pszSource, eSeverity, Widen(pszFormat).c_str(), pArg1, pArg2, pArg3, pArg4, pArg5);
 }
 
@@ -179,6 +210,7 @@ void ULog::RegisterLogger(ILogger* pLogger)
         return;
     UCriticalSectionAutoLock lock(gRegistry.lock);
     gRegistry.loggers.push_back(pLogger);
+    InterlockedExchange(&gRegistry.count, static_cast<LONG>(gRegistry.loggers.size()));
 }
 
 void ULog::UnregisterLogger(ILogger* pLogger)
@@ -190,6 +222,7 @@ void ULog::UnregisterLogger(ILogger* pLogger)
         if (loggers[i] == pLogger)
         {
             loggers.erase(loggers.begin() + static_cast<std::ptrdiff_t>(i));
+            InterlockedExchange(&gRegistry.count, static_cast<LONG>(loggers.size()));
             return;
         }
     }

@@ -24,7 +24,8 @@ UThread::UThread()
 
 UThread::~UThread()
 {
-    // Join before taking the lock: the thread may still need it (ResumeTermination) to finish.
+    // Kept: join before taking the lock, which the thread may still need (ResumeTermination) to
+    // finish (pinned by UThread.DestructorJoinsAThreadThatStillUsesItsObject).
     if (!IsCurrentThread())
         Join(INFINITE);
     UCriticalSectionAutoLock lock(m_lock);
@@ -144,7 +145,8 @@ void UThread::TerminateLocked(unsigned long ulExitCode)
         _endthreadex(ulExitCode);
     }
     TerminateThread(m_hThread, ulExitCode);
-    // TerminateThread returns before the thread is gone; nothing it uses may go before it does.
+    // Kept: TerminateThread returns before the thread is gone, and nothing it uses may go before
+    // it does (pinned by UThread.TerminationImmediateOrDeferredToTheLastResume).
     WaitForSingleObject(m_hThread, INFINITE);
     CloseLocked();
 }

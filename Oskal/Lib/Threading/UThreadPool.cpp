@@ -76,7 +76,7 @@ bool PostWithRetry(unsigned long ulThreadId, UINT uMessage, WPARAM wParam, const
 } // namespace
 
 UThreadPool::UThreadPool(unsigned long ulMinThreads, unsigned long ulMaxThreads, unsigned long ulKeepTime)
-    : m_pManagerThread(nullptr), m_hSlots(nullptr), m_hManagerReady(nullptr), m_hManagerFailed(nullptr),
+    : m_pManagerThread(nullptr), m_hSlots(nullptr), m_lSlots(0), m_hManagerReady(nullptr), m_hManagerFailed(nullptr),
       m_ulMinThreads(ulMinThreads), m_ulMaxThreads(ulMaxThreads), m_ulKeepTime(ulKeepTime),
       m_lManagerState(eManager_NotRunning), m_lManagerThreadId(0), m_lUsed(0), m_lFree(0), m_lQueued(0), m_lAborted(0)
 {
@@ -84,7 +84,8 @@ UThreadPool::UThreadPool(unsigned long ulMinThreads, unsigned long ulMaxThreads,
         throw UArgumentException(L"ulMaxThreads", L"Argument 'ulMaxThreads' must be from 1 to 0x7FFFFFFF.");
     if (ulMinThreads > ulMaxThreads)
         throw UArgumentException(L"ulMinThreads", L"Argument 'ulMinThreads' must not be greater than 'ulMaxThreads'.");
-    m_hSlots = CreateSemaphoreW(nullptr, static_cast<LONG>(ulMaxThreads), static_cast<LONG>(ulMaxThreads), nullptr);
+    m_lSlots = static_cast<LONG>(ulMaxThreads);
+    m_hSlots = CreateSemaphoreW(nullptr, 0, static_cast<LONG>(ulMaxThreads), nullptr);
     m_hManagerReady = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     m_hManagerFailed = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     if (m_hSlots == nullptr || m_hManagerReady == nullptr || m_hManagerFailed == nullptr)
@@ -117,7 +118,7 @@ void UThreadPool::Execute(UThreadPoolTask* pTask, unsigned long ulTimeout)
     Internal::ThrowIfNull(pTask, L"pTask");
     if (Read(m_lManagerState) == eManager_ShutDown)
         throw UShuttingDownException(L"The thread pool has been shut down.");
-    if (WaitForSingleObject(m_hSlots, ulTimeout) != WAIT_OBJECT_0)
+    if (!AcquireSlot(ulTimeout))
         throw UTimeoutException(L"Waiting for a thread to become available timed out.");
 
     UCriticalSectionAutoLock post(m_postLock);
@@ -136,7 +137,7 @@ void UThreadPool::Execute(UThreadPoolTask* pTask, unsigned long ulTimeout)
         ULog::Write(kSource, eLogSeverity_Error, L"Task (%s) is already executed in by another thread.",
                     Arg(pTask->GetTaskName()));
         pTask->Unlock();
-        // Kept: the slot taken above stays taken (pinned by UThreadPool.DoubleExecuteKeepsItsSlot).
+        // Kept: the slot taken above stays taken (pinned by UThreadPool.SlotsLostAndRegainedAsKept).
         throw UInvalidOperationException(L"Task is already executed by another thread.");
     }
     ResetEvent(pTask->m_hExitEvent);
@@ -196,6 +197,8 @@ unsigned long UThreadPool::GetManagerThreadId() const
     return static_cast<unsigned long>(Read(m_lManagerThreadId));
 }
 
+// Kept: waiting for the pool on one of its own threads would never end, so it is refused
+// (pinned by UThreadPool.WorkersStartFromSkewedStacksAndSurviveWhatRunDoes).
 void UThreadPool::ThrowIfOwnThread() const
 {
     if (GetCurrentThreadId() == GetManagerThreadId() || UThreadPoolThread::GetPoolOfCurrentThread() == this)
@@ -257,8 +260,10 @@ void UThreadPool::Abort(UThreadPoolTask* pTask)
     unsigned long managerId = GetManagerThreadId();
     if (managerId == 0 || pTask->GetThreadPool() != this)
         return;
+    // Gives up posting once the task has left the pool some other way (a shutdown ends the manager).
     PostWithRetry(managerId, MSG_THREAD_POOL_ABORT_TASK, reinterpret_cast<WPARAM>(pTask),
-                  L"Posting message 'MSG_THREAD_POOL_ABORT_TASK' to thread pool manager failed. Trying again...");
+                  L"Posting message 'MSG_THREAD_POOL_ABORT_TASK' to thread pool manager failed. Trying again...",
+                  pTask->m_hExitEvent);
     for (;;)
     {
         try
@@ -346,7 +351,8 @@ void UThreadPool::Maintain()
 
 void UThreadPool::DrainMessages()
 {
-    // Tasks posted before the quit but not yet read never run: they end aborted.
+    // Kept: tasks posted before the quit but not yet read never run; they end aborted
+    // (pinned by UThreadPool.ShutdownEndsRunningAndQueuedTasks).
     MSG msg;
     while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE))
     {
@@ -382,7 +388,8 @@ void UThreadPool::ExecuteTask(UThreadPoolTask* pTask)
 void UThreadPool::ReturnThreadPoolThread(UThreadPoolThread* pThread, UThreadPoolTask* pTask)
 {
     pTask->SetThreadPool(nullptr);
-    // The last touch: from here the task may be deleted or executed again.
+    // Kept: the exit event is the last touch; from here the task may be deleted or executed again
+    // (pinned by UThreadPool.AbortsTasksOverTheirLimitOnRequestAndWhenTheirThreadDies).
     SetEvent(pTask->m_hExitEvent);
     PostWithRetry(GetManagerThreadId(), MSG_THREAD_RETURN_THREAD, reinterpret_cast<WPARAM>(pThread),
                   L"Posting MSG_THREAD_RETURN_THREAD message failed. Trying again...", pThread->m_hQuit);
@@ -434,7 +441,7 @@ void UThreadPool::RemoveInactiveThreads()
                         L"Thread (id: 0x%x) is inactive, removing it from the pool...", Arg(thread->GetThreadId()));
             m_freeList.Remove(thread);
             // Kept: a retired idle worker gives a slot back, although it held none; the semaphore's
-            // maximum caps the count (pinned by UThreadPool.RetiringAnIdleWorkerGivesASlotBack).
+            // maximum caps the count (pinned by UThreadPool.SlotsLostAndRegainedAsKept).
             ReleaseSlot();
             delete thread;
             removed = true;
@@ -500,7 +507,7 @@ void UThreadPool::AbortOwnedTask(UThreadPoolThread* pThread, UThreadPoolTask* pT
     {
         // Kept: the pending flag is only ever raised again, never from clear, so a fenced task is
         // left alone until a later pass finds it unfenced (pinned by
-        // UThreadPool.AbortTaskOnAFencedTaskWaitsForRunToEnd).
+        // UThreadPool.FencedTasksAreReportedAndAbortedOnlyWhenUnfenced).
         if (pTask->IsAbortPending())
         {
             ULog::Write(kSource, eLogSeverity_Warning,
@@ -620,10 +627,41 @@ void UThreadPool::PublishCounts()
     InterlockedExchange(&m_lFree, static_cast<LONG>(m_freeList.Count()));
 }
 
+// The slots are counted here, as free slots less waiting callers; the semaphore is touched only
+// when a caller has to wait or a waiting one is woken, which spares two kernel calls per task.
+bool UThreadPool::AcquireSlot(unsigned long ulTimeout)
+{
+    if (InterlockedDecrement(&m_lSlots) >= 0)
+        return true;
+    if (WaitForSingleObject(m_hSlots, ulTimeout) == WAIT_OBJECT_0)
+        return true;
+    for (;;)
+    {
+        // Timed out: stop waiting, unless a release has counted this caller in already; then its
+        // signal is on the way and the slot is ours.
+        LONG slots = Read(m_lSlots);
+        if (slots >= 0)
+            return WaitForSingleObject(m_hSlots, INFINITE), true;
+        if (InterlockedCompareExchange(&m_lSlots, slots + 1, slots) == slots)
+            return false;
+    }
+}
+
 void UThreadPool::ReleaseSlot()
 {
-    // Fails without harm at the maximum count.
-    ReleaseSemaphore(m_hSlots, 1, nullptr);
+    for (;;)
+    {
+        // Never above the maximum, as a semaphore's count cannot pass its maximum.
+        LONG slots = Read(m_lSlots);
+        if (slots >= static_cast<LONG>(m_ulMaxThreads))
+            return;
+        if (InterlockedCompareExchange(&m_lSlots, slots + 1, slots) == slots)
+        {
+            if (slots < 0)
+                ReleaseSemaphore(m_hSlots, 1, nullptr);
+            return;
+        }
+    }
 }
 
 void UThreadPool::CountAbortedTask()

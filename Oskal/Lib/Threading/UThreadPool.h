@@ -87,6 +87,7 @@ private:
     void EndTask(UThreadPoolTask* pTask);
     void LogStatus();
     void PublishCounts();
+    bool AcquireSlot(unsigned long ulTimeout);
     void ReleaseSlot();
     void CountAbortedTask();
     void ThrowIfOwnThread() const;
@@ -98,6 +99,7 @@ private:
     UThreadPoolThreadList m_freeList;
     UThreadPoolThreadList m_usedList;
     HANDLE m_hSlots;
+    volatile LONG m_lSlots;
     HANDLE m_hManagerReady;
     HANDLE m_hManagerFailed;
     unsigned long m_ulMinThreads;

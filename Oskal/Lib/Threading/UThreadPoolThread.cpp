@@ -72,7 +72,9 @@ unsigned long UThreadPoolThread::ThreadProc(void*, void*, void*)
         }
         catch (...)
         {
-            // Before the handler ends: freeing the exception takes the heap lock.
+            // Kept: a throwing Run ends the task as finished, logged (pinned by
+            // UThreadPool.WorkersStartFromSkewedStacksAndSurviveWhatRunDoes). Termination is
+            // suspended before the handler ends: freeing the exception takes the heap lock.
             SuspendTermination();
             threw = true;
         }
@@ -103,6 +105,8 @@ bool UThreadPoolThread::FinishTask()
 {
     for (;;)
     {
+        // Kept: the task leaves the field before its state becomes finished; whoever takes it
+        // owns it (pinned by UThreadPool.StressEveryTaskRunsOnceAndNoHandleLeaks).
         UThreadPoolTask* task = TakeTask();
         if (task != nullptr)
         {
