@@ -28,16 +28,14 @@ long FormatTruncated(wchar_t* pwcBuffer, unsigned long ulCapacity, const wchar_t
     pwcBuffer[0] = L'\0';
     if (pszFormat == nullptr)
         return -1;
-    // The full length first: msvcrt's _vsnwprintf returns -1 both for an invalid format and for
-    // a text that does not fit, and only the first is an error.
-    const int length = FormattedLength(pszFormat, args);
-    if (length < 0)
-        return -1;
     va_list copy;
     va_copy(copy, args);
-    _vsnwprintf(pwcBuffer, ulCapacity - 1, pszFormat, copy);
+    // On truncation msvcrt returns -1 and leaves the text unterminated.
+    const int length = _vsnwprintf(pwcBuffer, ulCapacity - 1, pszFormat, copy);
     va_end(copy);
-    const unsigned long written = static_cast<unsigned long>(length) < ulCapacity - 1 ? length : ulCapacity - 1;
+    const unsigned long written = length >= 0 && static_cast<unsigned long>(length) < ulCapacity - 1
+                                      ? static_cast<unsigned long>(length)
+                                      : ulCapacity - 1;
     pwcBuffer[written] = L'\0';
     return static_cast<long>(written);
 }

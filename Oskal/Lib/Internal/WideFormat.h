@@ -18,8 +18,8 @@ namespace Internal
 int FormattedLength(const wchar_t* pszFormat, va_list args);
 
 // Formats into pwcBuffer (room for ulCapacity units, at least 1), cutting the text to
-// ulCapacity - 1 units; the result is always terminated. Returns the units written, or -1 when
-// the format is invalid (the buffer then holds "").
+// ulCapacity - 1 units; the result is always terminated. Returns the units written, or -1 for a
+// null buffer or format (the buffer then holds "").
 long FormatTruncated(wchar_t* pwcBuffer, unsigned long ulCapacity, const wchar_t* pszFormat, va_list args);
 
 } // namespace Internal

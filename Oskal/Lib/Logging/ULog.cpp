@@ -1,4 +1,6 @@
 #include <Oskal/Lib/Logging/ULog.h>
+
+#include <Oskal/Lib/Internal/WideFormat.h>
 #include <Oskal/Lib/Threading/UCriticalSection.h>
 #include <Oskal/Lib/Threading/UCriticalSectionAutoLock.h>
 #include <Oskal/Lib/Win32Api.h>
@@ -42,17 +44,11 @@ bool NoLogger()
 
 typedef wchar_t TextBuffer[ULog::MaxTextLength + 1];
 
-// Kept (pinned by ULog.FormatsWithTheRuntimeRules): msvcrt's own _vsnwprintf, not the C99 printf that mingw's C++
-// headers switch the unprefixed names to: under the run-time's rules %s in a wide format takes a wide string, which is
-// what every caller of the library writes. On truncation it returns -1 without a terminator.
+// Kept (pinned by ULog.FormatsWithTheRuntimeRules): the Windows run-time's printf rules, where %s
+// in a wide format takes a wide string, which is what every caller of the library writes.
 void FormatV(TextBuffer& text, const wchar_t* pszFormat, va_list args)
 {
-    va_list copy;
-    va_copy(copy, args);
-    int length = _vsnwprintf(text, ULog::MaxTextLength, pszFormat != nullptr ? pszFormat : L"", copy);
-    va_end(copy);
-    text[length >= 0 && static_cast<unsigned long>(length) < ULog::MaxTextLength ? length : ULog::MaxTextLength] =
-        L'\0';
+    Internal::FormatTruncated(text, ULog::MaxTextLength + 1, pszFormat != nullptr ? pszFormat : L"", args);
 }
 
 void Format(TextBuffer& text, const wchar_t* pszFormat, ...)
