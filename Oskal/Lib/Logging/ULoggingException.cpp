@@ -2,12 +2,7 @@
 
 namespace Oskal { namespace Lib { namespace Logging {
 
-ULoggingException::ULoggingException() {}
+OSKAL_IMPLEMENT_EXCEPTION(ULoggingException, Exceptions::UException)
 
-ULoggingException::ULoggingException(const wchar_t* pszMessage) : Exceptions::UException(pszMessage) {}
-
-ULoggingException::ULoggingException(const ULoggingException& other) : Exceptions::UException(other) {}
-
-ULoggingException::~ULoggingException() {}
-
-}}} // namespace Oskal::Lib::Logging
+}
+}} // namespace Oskal::Lib
