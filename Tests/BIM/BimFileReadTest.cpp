@@ -235,52 +235,6 @@ TEST(UBimFileRead, RegionLongerThanItsContainerFails)
     EXPECT_EQ(L"!Unexpected end of stream.", LoadBytes(file, BimFile(Bytes(), PlainContainer(1, inner))));
 }
 
-TEST(UBimFileRead, ManyShortRecordsCostMemoryByTheirSize)
-{
-    // 40000 empty records, as a damaged length field could make of a zero-filled area: each
-    // holding a full 64 KiB record would exhaust the address space.
-    Bytes records;
-    for (int i = 0; i < 40000; ++i)
-        Append(records, Tlv(0x10, Bytes()));
-    Append(records, Tlv(0x11, B("abcde")));
-    UBimFile file;
-    ASSERT_EQ(L"", LoadBytes(file, BimFile(records, Bytes())));
-    EXPECT_EQ(40001, file.GetHeader().GetParameterCount());
-
-    // The full record appears on demand, zero behind the value.
-    const BIM_HEADER_TLV& tlv = file.GetHeader().GetParameter(40000L)->GetTLV();
-    EXPECT_EQ(0x11, tlv.wTag);
-    EXPECT_EQ(5, tlv.wLength);
-    EXPECT_EQ(0, std::memcmp("abcde\0\0\0\0", tlv.abyValue, 9));
-    EXPECT_EQ(0, tlv.abyValue[65535]);
-}
-
-TEST(UBimFileRead, HeaderCallbackCanStopBeforeThePayload)
-{
-    const Bytes bytes = BimFile(Tlv(3, B("only")), PlainContainer(1, FirmwareInner({{0, B("abcd")}})));
-    UBimFile file;
-    KeyCallback first;
-    ASSERT_EQ(L"", LoadBytes(file, bytes, first));
-    ASSERT_EQ(1u, file.GetPayload().GetContainerCount());
-
-    KeyCallback stop;
-    stop.goOn = 0;
-    ASSERT_EQ(L"", LoadBytes(file, bytes, stop));
-    EXPECT_EQ(L"only", ShortText(file.GetHeader(), 0));
-    EXPECT_EQ(0u, file.GetPayload().GetContainerCount());
-
-    // A file without a payload-length record loads into the same object as into a new one:
-    // nothing of the earlier load stays.
-    Bytes bare = B("BIMF");
-    Put16(bare, 0xFFFF);
-    Put16(bare, 0);
-    const Bytes checksum = Sha1(bare);
-    bare.insert(bare.end(), checksum.begin(), checksum.end());
-    ASSERT_EQ(L"", LoadBytes(file, bare));
-    EXPECT_EQ(0u, file.GetHeader().GetPayloadLength());
-    EXPECT_EQ(0u, file.GetPayload().GetContainerCount());
-}
-
 TEST(UBimFileRead, EveryFormatFailureHasItsMessage)
 {
     UBimFile file;

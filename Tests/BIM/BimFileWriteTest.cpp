@@ -37,15 +37,6 @@ void SetTestKey(UBimPayloadContainerBase& container)
     algorithm->SetInitializationVector(TestIV(), 16);
 }
 
-TEST(UBimFileWrite, EmptyFileIsMarkerLengthTerminatorAndChecksum)
-{
-    UBimFile file;
-    Bytes expected = B("BIMF");
-    Append(expected, Bytes{2, 0, 4, 0, 0, 0, 0, 0, 0xFF, 0xFF, 0, 0});
-    Append(expected, Sha1(expected));
-    EXPECT_EQ(expected, SaveBytes(file));
-}
-
 TEST(UBimFileWrite, ExactBytesOfHeaderAndContainers)
 {
     UBimFile file;
@@ -113,32 +104,6 @@ TEST(UBimFileWrite, EncryptedFirmwareContainer)
     EXPECT_EQ(BimFile(Bytes(), EncryptedContainer(1, inner)), SaveBytes(file));
 }
 
-TEST(UBimFileWrite, ReservedRegionIsWrittenAsFillBytes)
-{
-    UBimFile file;
-    UBimPayloadContainerFirmware* firmware = Add(file, UBimPayloadContainerFirmware::Create());
-    firmware->GetMemoryImage().Reserve(0x40, 5);
-    EXPECT_FALSE(firmware->GetMemoryImage().GetMemoryRegion(0)->HasData());
-    const Bytes expected = BimFile(Bytes(), PlainContainer(1, FirmwareInner({{0x40, Bytes(5, 0xFF)}})));
-    EXPECT_EQ(expected, SaveBytes(file));
-}
-
-TEST(UBimFileWrite, UnsetFixedSizeParameterIsWrittenEmptyAndRefusedOnLoad)
-{
-    for (UBimHeaderParameterTag tag : {eBimHeaderParameterTag_TargetSystem, eBimHeaderParameterTag_DateOfCreation})
-    {
-        UBimFile file;
-        UBimHeaderParameterBase* parameter = nullptr;
-        file.GetHeader().AddParameter(tag, &parameter);
-        const Bytes saved = SaveBytes(file);
-        EXPECT_EQ(BimFile(Tlv(tag, Bytes()), Bytes()), saved);
-        UBimFile again;
-        EXPECT_EQ(tag == eBimHeaderParameterTag_TargetSystem ? L"!Header parameter 0x01 is invalid."
-                                                             : L"!Header parameter 0x05 is invalid.",
-                  LoadBytes(again, saved));
-    }
-}
-
 TEST(UBimFileWrite, PayloadLengthInTheListIsWrittenTwiceAndTheLaterWins)
 {
     UBimFile file;
@@ -190,47 +155,6 @@ TEST(UBimFileWrite, UnknownContainerReadWithEncryptionIsWrittenInPlainForm)
     Bytes stored = B("secret");
     stored.resize(16, 0);
     EXPECT_EQ(BimFile(Bytes(), Container(0x33, 2, stored, 6, Sha1(B("secret")))), SaveBytes(file));
-}
-
-TEST(UBimPayloadContainer, EncryptionTypesAndSizes)
-{
-    UBimPayloadContainerFirmware* firmware = UBimPayloadContainerFirmware::Create();
-    EXPECT_EQ(eBimPayloadContainerEncryption_None, firmware->GetEncryptionType());
-    EXPECT_EQ(nullptr, firmware->GetEncryptionAlgorithm());
-    firmware->SetEncryptionType(eBimPayloadContainerEncryption_Rijndael);
-    Oskal::Lib::Cryptography::UEncryptionAlgorithm* algorithm = firmware->GetEncryptionAlgorithm();
-    ASSERT_NE(nullptr, algorithm);
-    auto* symmetric = dynamic_cast<Oskal::Lib::Cryptography::USymmetricAlgorithm*>(algorithm);
-    EXPECT_EQ(Oskal::Lib::Cryptography::eCipherMode_CBC, symmetric->GetCipherMode());
-    EXPECT_EQ(Oskal::Lib::Cryptography::ePaddingMode_None, symmetric->GetPaddingMode());
-    EXPECT_EQ(256u, symmetric->GetKeySize());
-    firmware->SetEncryptionType(eBimPayloadContainerEncryption_Rijndael);
-    EXPECT_EQ(algorithm, firmware->GetEncryptionAlgorithm());
-
-    // Empty image: no cipher block at all.
-    EXPECT_EQ(0u, firmware->GetStoredSize());
-    EXPECT_EQ(32u, firmware->GetTotalContainerSize());
-    OskalTests::Set(firmware->GetMemoryImage(), 0, std::string(9, 'x'));
-    EXPECT_EQ(20u, firmware->GetPlainSize());
-    EXPECT_EQ(32u, firmware->GetStoredSize());
-    EXPECT_EQ(64u, firmware->GetTotalContainerSize());
-
-    // A copy has its own algorithm with the same key.
-    SetTestKey(*firmware);
-    UBimPayloadContainerFirmware* copy = new UBimPayloadContainerFirmware(*firmware);
-    auto* copied = dynamic_cast<Oskal::Lib::Cryptography::USymmetricAlgorithm*>(copy->GetEncryptionAlgorithm());
-    ASSERT_NE(nullptr, copied);
-    EXPECT_NE(static_cast<void*>(symmetric), static_cast<void*>(copied));
-    EXPECT_EQ(0, std::memcmp(TestKey(), copied->GetKey(), 32));
-    EXPECT_EQ(std::string(9, 'x'), Get(copy->GetMemoryImage(), 0, 9));
-    copy->Release();
-
-    firmware->SetEncryptionType(static_cast<UBimPayloadContainerEncryption>(9));
-    EXPECT_EQ(eBimPayloadContainerEncryption_Unknown, firmware->GetEncryptionType());
-    EXPECT_EQ(nullptr, firmware->GetEncryptionAlgorithm());
-    firmware->SetEncryptionType(eBimPayloadContainerEncryption_None);
-    EXPECT_EQ(nullptr, firmware->GetEncryptionAlgorithm());
-    firmware->Release();
 }
 
 TEST(UBimPayload, AddContainerTakesItsOwnReference)

@@ -88,18 +88,6 @@ TEST(UIntegrityCheckRegionBlock, WritesBackOnlyOverItsMagic)
     block->Release();
 }
 
-TEST(UIntegrityCheckRegionBlock, FindsNoBlockWhereItWouldRunPastTheTopOfMemory)
-{
-    UMemoryImage image;
-    Set(image, 0xFFFFFFA0, IntegrityBlock(1));
-    UIntegrityCheckRegionBlock* block = UIntegrityCheckRegionBlock::FromMemoryImage(0xFFFFFFA0, image);
-    ASSERT_NE(nullptr, block) << "a block ending at the top of memory is fine";
-    block->Release();
-    Set(image, 0xFFFFFFF0, std::string("QERB\xFA\x9E\xD0\x3F", 8));
-    EXPECT_EQ(nullptr, UIntegrityCheckRegionBlock::FromMemoryImage(0xFFFFFFF0, image));
-    EXPECT_EQ(nullptr, USoftwareInformationBlock::FromMemoryImage(0xFFFFFFF4, image));
-}
-
 TEST(USoftwareInformationBlock, ReadsProductVersionAndRevisions)
 {
     UMemoryImage image;

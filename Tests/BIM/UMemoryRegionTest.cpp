@@ -28,44 +28,6 @@ std::string Bytes(UMemoryRegion& region)
     return std::string(reinterpret_cast<const char*>(region.GetData()), region.GetLength());
 }
 
-TEST(UMemoryRegion, StartsLazyAndCopiesDeeply)
-{
-    UMemoryRegion empty;
-    EXPECT_EQ(0u, empty.GetAddress());
-    EXPECT_EQ(0u, empty.GetLength());
-    EXPECT_EQ(0xFF, empty.GetFillByte());
-
-    UMemoryRegion region(0x1000, 4);
-    EXPECT_FALSE(region.HasData());
-    region.SetLength(8);
-    EXPECT_FALSE(region.HasData()) << "growing a region without bytes allocates nothing";
-    EXPECT_EQ(std::string(8, '\xFF'), Bytes(region));
-
-    region.GetData()[0] = 'A';
-    UMemoryRegion copy(region);
-    UMemoryRegion assigned;
-    assigned = region;
-    region.GetData()[0] = 'B';
-    EXPECT_EQ('A', copy.GetData()[0]);
-    EXPECT_EQ('A', assigned.GetData()[0]);
-    EXPECT_EQ(0x1000u, assigned.GetAddress());
-
-    EXPECT_TRUE(UMemoryRegion(1, 100) < UMemoryRegion(2, 1));
-    EXPECT_FALSE(UMemoryRegion(2, 1) < UMemoryRegion(2, 100));
-}
-
-TEST(UMemoryRegion, SetLengthKeepsBytesAndFillsGrowth)
-{
-    UMemoryRegion region = WithBytes(0x10, 4, 'A');
-    region.SetFillByte(0x00);
-    region.SetLength(6);
-    EXPECT_EQ(std::string("AAAA\0\0", 6), Bytes(region));
-    region.SetLength(2);
-    EXPECT_EQ("AA", Bytes(region));
-    region.SetAddress(0x20);
-    EXPECT_EQ("AA", Bytes(region));
-}
-
 TEST(UMemoryRegion, RangeTests)
 {
     const UMemoryRegion region(0x100, 0x10);

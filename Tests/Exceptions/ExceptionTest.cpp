@@ -82,46 +82,6 @@ void ExpectPlainClass()
 
 } // namespace
 
-TEST(Exceptions, ThrownByLibraryOperationsAreCaughtByTypeAndBase)
-{
-    UString text(L"abc");
-    EXPECT_EQ(0, text.GetAt(3));
-    ExpectCaughtAs<UArgumentException, UException>([&] { text.GetAt(4); }, L"Index is out of range.");
-    try
-    {
-        text.GetAt(4);
-    }
-    catch (const UArgumentException& e)
-    {
-        EXPECT_STREQ(L"ulIndex", e.GetName());
-    }
-
-    HANDLE hShutdown = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    Collections::UChunkQueue queue(16, hShutdown);
-    unsigned char buffer[16] = {};
-    ExpectCaughtAs<UTimeoutException, UException>([&] { queue.Dequeue(buffer, 16, 0, 0); }, L"");
-
-    queue.Enqueue(buffer, 8, 0, 0);
-    ExpectCaughtAs<UArgumentException, UException>([&] { queue.Dequeue(buffer, 4, 0, 0); },
-                                                   L"Buffer is too small to hold the chunk.");
-
-    SetEvent(hShutdown);
-    ExpectCaughtAs<UShuttingDownException, UException>([&] { queue.Dequeue(buffer, 16, 0, 0); }, L"");
-    CloseHandle(hShutdown);
-
-    // A wait on a null handle fails, which the queue reports with the system's error code.
-    Collections::UChunkQueue broken(16, nullptr);
-    try
-    {
-        broken.Dequeue(buffer, 16, 0, 0);
-        ADD_FAILURE() << "nothing thrown";
-    }
-    catch (const UWin32Exception& e)
-    {
-        EXPECT_EQ(static_cast<unsigned long>(ERROR_INVALID_HANDLE), e.GetErrorCode());
-    }
-}
-
 TEST(Exceptions, PlainClassesKeepTheirMessage)
 {
     ExpectPlainClass<UDeviceNotRespondingException>();

@@ -93,23 +93,6 @@ TEST(UFileStream, OpenFailuresLeaveTheStreamClosed)
     EXPECT_EQ(0, stream.IsOpen());
 }
 
-TEST(UFileStream, FailedReopenReleasesThePreviousFile)
-{
-    TempFile file(10);
-    UFileStream stream;
-    Open(stream, file);
-    EXPECT_NE(0, FileIoErrorOf([&] {
-                  stream.Open(L"Z:\\no\\such\\folder\\file", eFileOpenMode_OpenExisting, eFileAccessMode_Read,
-                              eFileShareMode_None);
-              }));
-    EXPECT_EQ(0, stream.IsOpen() + stream.CanSeek() + stream.CanRead());
-    EXPECT_EQ(ERROR_INVALID_HANDLE, FileIoErrorOf([&] { stream.GetLength(); }));
-
-    HANDLE h = CreateFileW(file.Path(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-    EXPECT_NE(INVALID_HANDLE_VALUE, h);
-    CloseHandle(h);
-}
-
 TEST(UFileStream, AccessModeDecidesCapabilitiesAndFailures)
 {
     TempFile file(10);
@@ -200,26 +183,6 @@ TEST(UFileStream, ReadWriteAndSeek)
     EXPECT_EQ(6, stream.GetLength());
     EXPECT_EQ(ERROR_NEGATIVE_SEEK, FileIoErrorOf([&] { stream.Seek(-1, eSeekOrigin_Begin); }));
     EXPECT_EQ(ERROR_NEGATIVE_SEEK, FileIoErrorOf([&] { stream.SetPosition(-1); }));
-}
-
-TEST(UFileStream, SetLengthKeepsPositionUnlessCutOff)
-{
-    TempFile file(100);
-    UFileStream stream;
-    Open(stream, file);
-
-    stream.SetPosition(80);
-    stream.SetLength(50);
-    EXPECT_EQ(50, stream.GetLength());
-    EXPECT_EQ(50, stream.GetPosition());
-
-    stream.SetPosition(20);
-    stream.SetLength(200);
-    EXPECT_EQ(200, stream.GetLength());
-    EXPECT_EQ(20, stream.GetPosition());
-
-    EXPECT_EQ(ERROR_NEGATIVE_SEEK, FileIoErrorOf([&] { stream.SetLength(-1); }));
-    EXPECT_EQ(200, stream.GetLength());
 }
 
 TEST(UFileStream, ViewConfinesReadingButNotWriting)

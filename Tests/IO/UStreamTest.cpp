@@ -67,27 +67,6 @@ TEST(UStream, NullIsOneSharedSwallowingStream)
     EXPECT_EQ(1, null.CanRead()) << "Close does nothing";
 }
 
-TEST(UStream, NullHasNoPositionLengthTimeoutsOrViews)
-{
-    UNullStream original;
-    UNullStream copy(original);
-    for (UStream* stream : {&UStream::Null(), static_cast<UStream*>(&copy)})
-    {
-        UStream& s = *stream;
-        using Invalid = Exceptions::UInvalidOperationException;
-        ExpectWithoutMessage<Invalid>([&] { s.GetLength(); });
-        ExpectWithoutMessage<Invalid>([&] { s.GetPosition(); });
-        ExpectWithoutMessage<Invalid>([&] { s.Seek(0, eSeekOrigin_Begin); });
-        ExpectWithoutMessage<Invalid>([&] { s.SetLength(0); });
-        ExpectWithoutMessage<Invalid>([&] { s.SetPosition(0); });
-        ExpectWithoutMessage<Invalid>([&] { s.GetWriteTimeout(); });
-        ExpectWithoutMessage<Invalid>([&] { s.SetReadTimeout(1); });
-        ExpectWithoutMessage<Exceptions::UNotSupportedException>([&] { s.SetView(0, 0); });
-        EXPECT_THROW(s.ResetView(), Exceptions::UNotSupportedException);
-        EXPECT_THROW(s.GetLength(), Exceptions::UException);
-    }
-}
-
 // Streams built against the published layout call through these slots.
 TEST(UStream, VirtualFunctionsKeepTheirSlots)
 {

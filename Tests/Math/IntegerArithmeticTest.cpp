@@ -187,18 +187,3 @@ TEST(IntegerArithmetic, UnsignedAgainstWideReference)
         }
 }
 
-TEST(IntegerArithmetic, DivisionRemainderAndValueSemantics)
-{
-    EXPECT_EQ(-3L, static_cast<long>(UIntegerI32(-7) / UIntegerI32(2)));
-    EXPECT_EQ(-1L, static_cast<long>(UIntegerI32(-7) % UIntegerI32(2)));
-    EXPECT_EQ(3ULL, static_cast<unsigned __int64>(UIntegerU64(10) % UIntegerU64(7)));
-    UIntegerI64 a(5);
-    UIntegerI64 b = a + UIntegerI64(1);
-    EXPECT_EQ(5LL, static_cast<__int64>(a));
-    a = b;
-    a = 9LL;
-    EXPECT_EQ(9LL, static_cast<__int64>(a));
-    EXPECT_EQ(6LL, static_cast<__int64>(b));
-    EXPECT_EQ(0UL, static_cast<unsigned long>(UIntegerU32()));
-    static_assert(sizeof(UIntegerI64) == 8 && sizeof(UIntegerU32) == 4, "one field, no virtual table");
-}

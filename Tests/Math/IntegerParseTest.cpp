@@ -79,17 +79,6 @@ TEST(IntegerParse, SignedThirtyTwoBit)
     i32(F(kFormat), {L"0x1g", L"0x 1", L" 1", L"1 ", L"+-1", L"-+1", L"++1", L"1.5"});
 }
 
-TEST(IntegerParse, SignedSixtyFourBit)
-{
-    const auto i64 = &Expect<UIntegerI64, __int64>;
-    i64(V(0x7FFFFFFFFFFFFFFFULL), {L"9223372036854775807"});
-    i64(V(0x8000000000000000ULL), {L"-9223372036854775808"});
-    i64(V(0), {L""});
-    i64(V(~0ULL), {L"0xFFFFFFFFFFFFFFFF"});
-    i64(O(), {L"9223372036854775808", L"-9223372036854775809", L"-0", L"-000"});
-    i64(F(kHexFormat), {L"-0X0"});
-}
-
 TEST(IntegerParse, Unsigned)
 {
     const auto u32 = &Expect<UIntegerU32, unsigned long>;

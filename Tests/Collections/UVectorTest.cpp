@@ -88,26 +88,6 @@ TEST(UVector, RemoveRangeMovesAtMostCountElements)
     EXPECT_EQ((std::vector<int>{0, 2, 3, 4, 5, 6}), Items(v));
 }
 
-TEST(UVector, SetCapacityAndResize)
-{
-    UVector<int> v = Sequence(5);
-    v.SetCapacity(3);
-    EXPECT_EQ((std::vector<int>{0, 1, 2}), Items(v));
-    v.SetCapacity(6);
-    EXPECT_EQ(3u, v.GetLength());
-    v.SetCapacity(0);
-    EXPECT_EQ(nullptr, v.GetBuffer());
-
-    UVector<int> r = Sequence(4);
-    r.Resize(6);
-    EXPECT_EQ(6u, r.GetLength());
-    EXPECT_EQ(3, r[3]);
-    // Resize to the current capacity does nothing, even when the length differs.
-    r.Clear();
-    r.Resize(6);
-    EXPECT_EQ(0u, r.GetLength());
-}
-
 TEST(UVector, AssignmentCopiesTheWholeCapacity)
 {
     UVector<int> v = Sequence(5);
