@@ -54,7 +54,6 @@ TEST(UBimFileSinglePass, MismatchDropsWhatTheParseMade)
     Append(payload, Container(9, 1, Counting(12, 3, 13), 12, WrongDigest(Counting(12, 3, 13))));
     Append(payload, EncryptedContainer(1, inner));
     const Bytes bytes = BimFile(Bytes(), payload);
-
     UBimFile file;
     RecordingCallback callback;
     ASSERT_EQ(L"", LoadBytes(file, bytes, callback));
@@ -66,14 +65,12 @@ TEST(UBimFileSinglePass, MismatchDropsWhatTheParseMade)
     EXPECT_EQ(nullptr, ImageOf(loaded.GetContainer(0)).GetMemoryRegion(0));
     EXPECT_EQ(nullptr, ImageOf(loaded.GetContainer(1)).GetMemoryRegion(0));
     EXPECT_EQ(nullptr, dynamic_cast<const UBimPayloadContainerUnknown*>(loaded.GetContainer(2))->GetData());
-
     EXPECT_EQ(eBimPayloadContainerEncryption_Rijndael, loaded.GetContainer(1)->GetEncryptionType());
     EXPECT_EQ(callback.algorithms[0], loaded.GetContainer(1)->GetEncryptionAlgorithm());
     const auto* keyed = dynamic_cast<const Oskal::Lib::Cryptography::USymmetricAlgorithm*>(
         loaded.GetContainer(1)->GetEncryptionAlgorithm());
     ASSERT_NE(nullptr, keyed);
     EXPECT_EQ(0, std::memcmp(TestKey(), keyed->GetKey(), 32));
-
     EXPECT_FALSE(loaded.GetContainer(3)->IsRaw());
     EXPECT_EQ(callback.algorithms[1], loaded.GetContainer(3)->GetEncryptionAlgorithm());
     EXPECT_EQ("2000-2028 3000-3008", Layout(ImageOf(loaded.GetContainer(3))));

@@ -46,7 +46,6 @@ public:
         }
         regions.push_back(UMemoryRegion(uiAddress, uiLength));
     }
-
     UMemoryRegion* Containing(unsigned int uiAddress, unsigned int uiLength)
     {
         for (UMemoryRegion& region : regions)
@@ -56,20 +55,17 @@ public:
         }
         return nullptr;
     }
-
     unsigned char* GetBuffer(unsigned int uiAddress, unsigned int uiLength)
     {
         UMemoryRegion* region = Containing(uiAddress, uiLength);
         return region != nullptr ? region->GetData() + (uiAddress - region->GetAddress()) : nullptr;
     }
-
     void SetData(unsigned int uiAddress, const unsigned char* pbyData, unsigned int uiLength)
     {
         Reserve(uiAddress, uiLength);
         if (unsigned char* buffer = GetBuffer(uiAddress, uiLength))
             std::memcpy(buffer, pbyData, uiLength);
     }
-
     // Byte by byte: the first region holding the address, else the fill byte.
     std::string Read(unsigned int uiAddress, unsigned int uiLength)
     {
@@ -82,7 +78,6 @@ public:
         }
         return bytes;
     }
-
     std::vector<UMemoryRegion> regions;
 };
 
@@ -215,33 +210,6 @@ TEST(MemoryImageScale, MatchesThePlainAlgorithmOnRandomSteps)
                       image.GetStartAddress());
         }
     }
-}
-
-TEST(MemoryImageScale, FirmwareWithManyRegionsRoundTrips)
-{
-    std::vector<Region> regions;
-    Random next(99);
-    for (unsigned int i = 0; i < 50000; ++i)
-    {
-        // Ascending, then a descending run, so appending both below and above is exercised.
-        const unsigned int place = i < 40000 ? i : 90000 - i;
-        regions.push_back(Region{0x20000000 + place * 0x20, Counting(1 + next(12), static_cast<unsigned char>(i))});
-    }
-    const Bytes original = BimFile(Bytes(), PlainContainer(1, FirmwareInner(regions)));
-
-    UBimFile file;
-    ASSERT_EQ(L"", LoadBytes(file, original));
-    const UMemoryImage& image =
-        dynamic_cast<const UBimPayloadContainerFirmware*>(file.GetPayload().GetContainer(0))->GetMemoryImage();
-    for (unsigned long i = 0; i < regions.size(); ++i)
-    {
-        const UMemoryRegion* region = image.GetMemoryRegion(i);
-        ASSERT_NE(nullptr, region);
-        ASSERT_EQ(regions[i].address, region->GetAddress());
-        ASSERT_EQ(regions[i].data.size(), region->GetLength());
-    }
-    EXPECT_EQ(nullptr, image.GetMemoryRegion(static_cast<unsigned long>(regions.size())));
-    EXPECT_EQ(original, SaveBytes(file));
 }
 
 } // namespace

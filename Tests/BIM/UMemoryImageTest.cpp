@@ -17,7 +17,6 @@ TEST(UMemoryImage, UntouchedRangesAreAppendedUnsorted)
     Set(image, 0x1000, "AAAA");
     EXPECT_EQ("2000-2004 1000-1004", Layout(image));
     EXPECT_EQ(0x2000u, image.GetStartAddress());
-
     // A merge sorts the whole list.
     Set(image, 0x3000, "CC");
     Set(image, 0x1004, "aa");
@@ -36,7 +35,6 @@ TEST(UMemoryImage, ReserveOnlyClearsTheFirstRegionFound)
     sorted.Reserve(0x08, 0x20);
     EXPECT_EQ("0-30", Layout(sorted));
     EXPECT_EQ(std::string(8, 'A') + std::string(0x18, '\xFF') + std::string(0x10, 'B'), Get(sorted, 0, 0x30));
-
     UMemoryImage unsorted;
     Set(unsorted, 0x20, std::string(0x10, 'B'));
     Set(unsorted, 0x00, std::string(0x10, 'A'));
@@ -70,7 +68,6 @@ TEST(UMemoryImage, TopOfTheAddressSpace)
     EXPECT_EQ("RRRR", Get(image, 0xFFFFFFFC, 4));
     EXPECT_NE(nullptr, image.GetBuffer(0xFFFFFFF8, 8));
     EXPECT_EQ(2u, image.GetMemoryRegion(1)->GetLength()) << "address 0 must not join the top of memory";
-
     ExpectArgumentError([&] { image.Reserve(0xFFFFFFF0, 0x11); }, L"uiLength", PastTheTop);
     ExpectArgumentError([&] { image.Reserve(2, 0xFFFFFFFF); }, L"uiLength", PastTheTop);
     ExpectArgumentError([&] { image.GetBuffer(0xFFFFFFFF, 2); }, L"uiLength", PastTheTop);
@@ -80,7 +77,6 @@ TEST(UMemoryImage, TopOfTheAddressSpace)
     ExpectArgumentError([&] { image.GetData(0, nullptr, 1); }, L"pbyBuffer", L"Value cannot be null.");
     ExpectArgumentError([&] { image.SetData(0, nullptr, 1); }, L"pbyData", L"Value cannot be null.");
     EXPECT_EQ("fffffff0-100000000 0-2", Layout(image));
-
     // Two halves would make a region of 2^32 bytes; the lengths are only reserved, never allocated.
     UMemoryImage halves;
     halves.Reserve(0, 0x80000000);

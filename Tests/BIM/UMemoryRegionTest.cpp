@@ -44,7 +44,6 @@ TEST(UMemoryRegion, RangeTests)
     EXPECT_TRUE(region.Intersects(0x10F, 100));
     EXPECT_FALSE(region.Intersects(0x110, 100));
     EXPECT_TRUE(region.Intersects(UMemoryRegion(0x108, 0)));
-
     // The top of memory is usable; nothing wraps round to address 0.
     const UMemoryRegion top(0xFFFFFFF0, 0x10);
     EXPECT_TRUE(top.Contains(0xFFFFFFF8, 8));
@@ -82,7 +81,6 @@ TEST(UMemoryRegion, MergeAdjacentAndOverlapping)
         EXPECT_EQ(c.expectedAddress, region.GetAddress()) << c.expected;
         EXPECT_EQ(c.expected, Bytes(region));
     }
-
     // Without bytes on either side and with equal fill bytes, nothing is allocated.
     UMemoryRegion lazy(0x100, 2);
     lazy.Merge(UMemoryRegion(0x102, 2));
@@ -90,13 +88,11 @@ TEST(UMemoryRegion, MergeAdjacentAndOverlapping)
     EXPECT_EQ(0xFEu, lazy.GetAddress());
     EXPECT_EQ(6u, lazy.GetLength());
     EXPECT_FALSE(lazy.HasData());
-
     // A different fill byte has to be written down.
     UMemoryRegion zeros(0x104, 2);
     zeros.SetFillByte(0);
     lazy.Merge(zeros);
     EXPECT_EQ(std::string("\xFF\xFF\xFF\xFF\xFF\xFF\0\0", 8), Bytes(lazy));
-
     // Onto existing bytes the other region's fill byte is written, not this one's, also where
     // the other region overlaps.
     UMemoryRegion filled = WithBytes(0x100, 2, 'A');
@@ -107,7 +103,6 @@ TEST(UMemoryRegion, MergeAdjacentAndOverlapping)
     UMemoryRegion reserved = WithBytes(0x100, 4, 'A');
     reserved.Merge(UMemoryRegion(0xFF, 2));
     EXPECT_EQ("\xFF\xFF\x41\x41\x41", Bytes(reserved));
-
     UMemoryRegion unchanged = WithBytes(0x100, 2, 'A');
     unchanged.Merge(UMemoryRegion(0x500, 0));
     unchanged.Merge(unchanged);
@@ -120,7 +115,6 @@ TEST(UMemoryRegion, MergeFailures)
     ExpectArgumentError([&] { region.Merge(UMemoryRegion(0x105, 1)); }, L"region", NotAdjacent);
     ExpectArgumentError([&] { region.Merge(UMemoryRegion(0xFE, 1)); }, L"region", NotAdjacent);
     EXPECT_EQ("AAAA", Bytes(region));
-
     // The whole address space is one byte more than a length can say.
     UMemoryRegion low(0, 0x80000000);
     ExpectArgumentError([&] { low.Merge(UMemoryRegion(0x80000000, 0x80000000)); }, L"region",

@@ -82,7 +82,6 @@ TEST(UChunkQueue, TooSmallBufferLeavesTheChunkQueued)
     UChunkQueue queue(64, shutdown.Get());
     Enqueue(queue, Pattern(10, 9), 0);
     Enqueue(queue, Pattern(3, 10), 0);
-
     unsigned char buffer[16];
     try
     {
@@ -105,7 +104,6 @@ TEST(UChunkQueue, TimeoutsAndShutdownWhenNotWaiting)
     ShutdownEvent shutdown;
     UChunkQueue queue(32, shutdown.Get());
     EXPECT_THROW(Dequeue(queue, 20), UTimeoutException);
-
     Enqueue(queue, Pattern(4, 1), 0);
     shutdown.Signal();
     // Shutdown wins over data and room that are there...
@@ -144,7 +142,6 @@ TEST(UChunkQueue, MatchesRingModelAcrossWrapAround)
     std::deque<std::vector<unsigned char>> model;
     unsigned long ulUsed = 0;
     std::mt19937 random(1234);
-
     for (int i = 0; i < 3000; ++i)
     {
         if (model.empty() || random() % 2 == 0)
@@ -180,7 +177,6 @@ TEST(UChunkQueue, ShutdownReleasesBlockedProducersAndConsumers)
     UChunkQueue empty(16, shutdown.Get());
     UChunkQueue full(16, shutdown.Get());
     Enqueue(full, Pattern(12, 1), 0);
-
     // Three consumers wait for data; one producer waits for room, the others for the producer
     // turn behind it. Each counts itself in just before the call and out when the call returns.
     std::atomic<int> entered(0), returned(0), released(0);
@@ -255,12 +251,10 @@ void RunContention(unsigned long ulRingSize, int iProducers, int iConsumers, uns
     const unsigned long ulMaxLength = ulRingSize - 4;
     const unsigned long ulTotal = iProducers * ulChunksEach;
     const DWORD dwDeadline = GetTickCount() + 40000;
-
     std::vector<std::multiset<std::string>> sent(iProducers);
     std::vector<std::vector<std::string>> received(iConsumers);
     std::atomic<unsigned long> ulReceived(0);
     std::atomic<int> failures(0);
-
     std::vector<std::thread> threads;
     for (int p = 0; p < iProducers; ++p)
     {
@@ -309,11 +303,9 @@ void RunContention(unsigned long ulRingSize, int iProducers, int iConsumers, uns
     }
     for (std::thread& thread : threads)
         thread.join();
-
     ASSERT_EQ(0, failures.load());
     ASSERT_EQ(ulTotal, ulReceived.load());
     EXPECT_EQ(0u, queue.GetFillingLevel());
-
     // Exactly once and intact: the received chunks are the sent ones.
     std::multiset<std::string> all, expected;
     for (const std::multiset<std::string>& chunks : sent)

@@ -54,7 +54,6 @@ public:
         if (checkLock)
             seenInHook.push_back(CountFromAnotherThread(this));
     }
-
     std::vector<IEvents*> Receipients()
     {
         std::vector<IEvents*> list;
@@ -65,7 +64,6 @@ public:
     {
         ForEachEventReceipient([](IEvents* p) { p->OnSomething(); });
     }
-
     std::vector<IEvents*> attached;
     std::vector<IEvents*> detached;
     IEvents* pChained = nullptr;
@@ -84,11 +82,9 @@ TEST(UEventProvider, AttachAndDetachCallTheHooksOnlyOnChange)
     EXPECT_EQ(2u, provider.GetEventReceipientCount());
     EXPECT_EQ((std::vector<IEvents*>{&a, &b}), provider.attached);
     EXPECT_EQ((std::vector<IEvents*>{&a, &b}), provider.Receipients());
-
     provider.Raise();
     EXPECT_EQ(1, a.calls);
     EXPECT_EQ(1, b.calls);
-
     Recipient unknown;
     EXPECT_EQ(0, provider.DetachEventReceipient(&unknown));
     EXPECT_EQ(0, provider.DetachEventReceipient(nullptr));
@@ -119,7 +115,6 @@ TEST(UEventProvider, HooksMayAttachAndCopiesOwnTheirList)
     provider.pChained = &chained;
     EXPECT_EQ(1, provider.AttachEventReceipient(&first));
     EXPECT_EQ((std::vector<IEvents*>{&first, &chained}), provider.Receipients());
-
     UEventProvider<IEvents> copy(provider);
     EXPECT_EQ(1, copy.DetachEventReceipient(&first));
     EXPECT_EQ(1u, copy.GetEventReceipientCount());

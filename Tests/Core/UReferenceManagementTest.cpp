@@ -17,7 +17,6 @@ private:
     explicit Counted(int* pDeleted) : m_pDeleted(pDeleted) {}
     Counted(const Counted& other) : UReferenceManagement(other), m_pDeleted(other.m_pDeleted) {}
     ~Counted() override { ++*m_pDeleted; }
-
     int* m_pDeleted;
 };
 

@@ -41,12 +41,10 @@ TEST(UString, AppendCodePointWritesSurrogatesWithoutChecks)
     s.Append(0xFFFFUL);
     EXPECT_EQ(3u, s.GetLength());
     EXPECT_EQ(0xFFFF, s.GetAt(2));
-
     UString beyond;
     beyond.Append(0x110000UL);
     EXPECT_EQ(static_cast<wchar_t>(0xD7C0 + (0x110000 >> 10)), beyond.GetAt(0));
     EXPECT_EQ(0xDC00, beyond.GetAt(1));
-
     // A 0 code unit is counted although the visible text does not change.
     UString z(L"a");
     z.Append(L'\0');
@@ -80,7 +78,6 @@ TEST(UString, Compare)
     EXPECT_FALSE(UString(L"b") < UString(L"a"));
     EXPECT_TRUE(UString(L"b") > UString(L"a"));
     EXPECT_TRUE(UString(L"a") == UStringBuilder(L"a"));
-
     UString s(L"prefix.suffix");
     EXPECT_EQ(1, s.BeginsWith(L"pre"));
     EXPECT_EQ(1, s.BeginsWith(L""));
@@ -118,19 +115,15 @@ TEST(UString, TrimRemovesOnlyTheFourWhiteSpaceUnits)
     s.Trim();
     EXPECT_EQ(L"x", Text(s));
     EXPECT_EQ(2u, s.GetCapacity());
-
     UString mixed(L"\r\n a b \t\r\n");
     mixed.Trim();
     EXPECT_EQ(L"a b", Text(mixed));
-
     const wchar_t* before = s.GetBuffer();
     s.Trim();
     EXPECT_EQ(before, s.GetBuffer());
-
     UString nbsp(L"\xA0y\xA0");
     nbsp.Trim();
     EXPECT_EQ(3u, nbsp.GetLength());
-
     UString blank(L" \t ");
     blank.Trim();
     EXPECT_EQ(UString::Empty.GetBuffer(), blank.GetBuffer());

@@ -44,29 +44,6 @@ int SlotOf(M member)
 
 } // namespace
 
-TEST(UStream, NullIsOneSharedSwallowingStream)
-{
-    UStream& null = UStream::Null();
-    EXPECT_EQ(&null, &UStream::Null());
-    EXPECT_NE(nullptr, dynamic_cast<UNullStream*>(&null));
-
-    EXPECT_EQ(1, null.CanRead());
-    EXPECT_EQ(1, null.CanWrite());
-    EXPECT_EQ(0, null.CanSeek());
-    EXPECT_EQ(0, null.CanTimeout());
-    EXPECT_EQ(0, null.IsDataAvailable());
-
-    const char data[] = "anything";
-    null.Write(data, sizeof data);
-    null.WriteByte(7);
-    null.Flush();
-    null.Close();
-    char buffer[16] = {};
-    EXPECT_EQ(0, null.Read(buffer, sizeof buffer));
-    EXPECT_EQ(-1, null.ReadByte());
-    EXPECT_EQ(1, null.CanRead()) << "Close does nothing";
-}
-
 // Streams built against the published layout call through these slots.
 TEST(UStream, VirtualFunctionsKeepTheirSlots)
 {

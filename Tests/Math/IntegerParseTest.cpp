@@ -79,17 +79,3 @@ TEST(IntegerParse, SignedThirtyTwoBit)
     i32(F(kFormat), {L"0x1g", L"0x 1", L" 1", L"1 ", L"+-1", L"-+1", L"++1", L"1.5"});
 }
 
-TEST(IntegerParse, Unsigned)
-{
-    const auto u32 = &Expect<UIntegerU32, unsigned long>;
-    u32(V(4294967295UL), {L"4294967295", L"0x0000000FFFFFFFF"});
-    u32(V(0), {L"+"});
-    u32(O(), {L"4294967296", L"4294967300", L"0x100000000"});
-    u32(F(kFormat), {L"-1", L"x1"});
-    const auto u64 = &Expect<UIntegerU64, unsigned __int64>;
-    u64(V(~0ULL), {L"18446744073709551615"});
-    u64(V(0), {L"+0"});
-    u64(V(0x123456789ABCDEF0ULL), {L"0x123456789abcdef0"});
-    u64(O(), {L"18446744073709551616", L"18446744073709551620", L"0x10000000000000000"});
-    u64(F(kFormat), {L"-0x1", L"\t1"});
-}

@@ -15,9 +15,7 @@ class MemoryStream : public Oskal::Lib::IO::UStream
 {
 public:
     typedef std::vector<unsigned char> Bytes;
-
     explicit MemoryStream(const Bytes& data = Bytes()) : m_data(data) {}
-
     int CanRead() const override { return 1; }
     int CanWrite() const override { return 1; }
     int CanSeek() const override { return m_seekable; }
@@ -48,7 +46,6 @@ public:
         const unsigned char* p = static_cast<const unsigned char*>(pvBuffer);
         m_data.insert(m_data.end(), p, p + lCount);
     }
-
     Bytes m_data;
     size_t m_position = 0;
     size_t m_maxRead = 0;

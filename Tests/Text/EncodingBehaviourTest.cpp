@@ -50,7 +50,6 @@ TEST(EncodingBehaviour, SplitAtEveryPositionDecodesAsOneCall)
                                  0xED, 0xA0, 0x80, 0xE2, 0x41, 0xF4, 0x8F, 0xBF, 0xBF, 0x42});
     const std::wstring whole = DecodeAll(utf8.Get(), bytes);
     ASSERT_EQ(std::wstring(L"A\xE9\x20AC\xD83D\xDE00?A\xDBFF\xDFFF") + L"B", whole);
-
     for (size_t i = 0; i <= bytes.size(); ++i)
         for (size_t j = i; j <= bytes.size(); ++j)
         {
@@ -60,7 +59,6 @@ TEST(EncodingBehaviour, SplitAtEveryPositionDecodesAsOneCall)
             text += Decode(decoder.Get(), Slice(bytes, j, bytes.size()), 1);
             ASSERT_EQ(whole, text) << "split at " << i << " and " << j;
         }
-
     // A flush ends the pieces: each decodes as if it were alone, except that the leading
     // U+FEFF rule is not re-armed.
     for (size_t i = 0; i <= bytes.size(); ++i)
@@ -126,7 +124,6 @@ TEST(EncodingBehaviour, InvalidBytesWithTheThrowFlag)
     EXPECT_EQ(L"pbyInput|Detected an invalid sequence of bytes.", Thrown([&] { strict->GetString(bytes.data(), 3); }));
     // Values that are not characters still go to the fallback.
     EXPECT_EQ(L"?", DecodeAll(strict.Get(), ToBytes({0xED, 0xA0, 0x80})));
-
     EXPECT_EQ(L"pbyInput|Argument 'pbyInput' must not be NULL.", Thrown([&] { strict->GetChars(nullptr, 1, out, 8); }));
     EXPECT_EQ(L"pwcOutput|Argument 'pwcOutput' must not be NULL.",
               Thrown([&] { strict->GetChars(bytes.data(), 1, nullptr, 8); }));
@@ -142,13 +139,11 @@ TEST(EncodingBehaviour, ReplacementAndExceptionFallbacks)
     EXPECT_EQ(L"a?b", DecodeAll(ascii.Get(), ToBytes({0x61, 0x3F, 0x62})));
     EXPECT_EQ(L"ab", DecodeAll(ascii.Get(), ToBytes({0x61, 0xE9, 0x62}))) << "invalid bytes are skipped";
     EXPECT_EQ(1u, ascii->GetBytes(L"\xD83D\xDE00", out, 16)) << "one code point, one replacement";
-
     Ref<UEncoderExceptionFallback> encoderThrows(UEncoderExceptionFallback::Create());
     ascii->SetEncoderFallback(encoderThrows.Get());
     EXPECT_EQ(L"|Encoder Exception Fallback", Thrown([&] { ascii->GetBytes(L"\xE9", out, 16); }));
     EXPECT_THROW(ascii->GetByteCount(L"\xE9"), UEncoderFallbackException);
     EXPECT_EQ(10u, ascii->GetMaxByteCount(10));
-
     Ref<UUTF8Encoding> utf8(UUTF8Encoding::Create());
     EXPECT_STREQ(L"UTF-8", utf8->GetName());
     EXPECT_EQ(33u, utf8->GetMaxByteCount(10));
@@ -157,7 +152,6 @@ TEST(EncodingBehaviour, ReplacementAndExceptionFallbacks)
     utf8->SetDecoderFallback(decoderThrows.Get());
     EXPECT_EQ(L"|Decoder Exception Fallback", Thrown([&] { DecodeAll(utf8.Get(), ToBytes({0xED, 0xA0, 0x80})); }));
     EXPECT_THROW(DecodeAll(utf8.Get(), ToBytes({0xF4, 0x90, 0x80, 0x80})), UDecoderFallbackException);
-
     // A longer replacement scales the bounds; an empty one drops the value.
     Ref<UDecoderReplacementFallback> longer(UDecoderReplacementFallback::Create(L"[bad]"));
     utf8->SetDecoderFallback(longer.Get());
@@ -180,7 +174,6 @@ TEST(EncodingBehaviour, MalformedReplacementsAndMessages)
     EXPECT_EQ(L"|Invalid character sequence in encoding fallback.", Thrown([&] {
                   DecodeAll(utf8.Get(), ToBytes({0xED, 0xA0, 0x80}));
               }));
-
     Ref<UASCIIEncoding> ascii(UASCIIEncoding::Create());
     unsigned char out[16];
     Ref<UEncoderReplacementFallback> loneLow(UEncoderReplacementFallback::Create(L"\xDC00"));
@@ -190,11 +183,9 @@ TEST(EncodingBehaviour, MalformedReplacementsAndMessages)
     Ref<UEncoderReplacementFallback> notAscii(UEncoderReplacementFallback::Create(L"\xFC"));
     ascii->SetEncoderFallback(notAscii.Get());
     EXPECT_EQ(L"|Encoding fallback string failed.", Thrown([&] { ascii->GetBytes(L"\xE9", out, 16); }));
-
     // The two null-fallback messages differ by the full stop; both are kept as they are.
     EXPECT_EQ(L"pFallback|Argument 'pFallback' must not be NULL", Thrown([&] { ascii->SetEncoderFallback(nullptr); }));
     EXPECT_EQ(L"pFallback|Argument 'pFallback' must not be NULL.", Thrown([&] { ascii->SetDecoderFallback(nullptr); }));
-
     wchar_t chars[2];
     Ref<UDecoder> decoder(utf8->CreateDecoder());
     EXPECT_EQ(L"ulOutputSize|Output buffer is too small.",

@@ -62,7 +62,6 @@ TEST(StreamText, ReadLineRules)
     EXPECT_EQ(L"b", AsText(line));
     EXPECT_EQ(0, reader.ReadLine(line));
     EXPECT_EQ(L"", AsText(line));
-
     MemoryStream lone(Ascii("a\rb\n\n\r\n"));
     UStreamReader loneReader(&lone);
     EXPECT_EQ(1, loneReader.ReadLine(line));
@@ -87,7 +86,6 @@ TEST(StreamText, SurrogateHalvesAndEndOfStream)
     EXPECT_EQ(0x41, reader.Read());
     EXPECT_EQ(1, reader.IsEndOfStream());
     EXPECT_EQ(-1, reader.Read());
-
     // A pair that does not fit the buffer leaves its second half pending for the next read.
     MemoryStream again(ToBytes({0x61, 0xF0, 0x9F, 0x98, 0x80, 0x62}));
     UStreamReader bufferReader(&again);
@@ -99,7 +97,6 @@ TEST(StreamText, SurrogateHalvesAndEndOfStream)
     EXPECT_EQ(0xDE00, buffer[0]);
     EXPECT_EQ(L'b', buffer[1]);
     EXPECT_EQ(0u, bufferReader.Read(buffer, 4));
-
     // The pending half starts the next line and the next whole-text read.
     MemoryStream lines(ToBytes({0xF0, 0x9F, 0x98, 0x80, 0x0A, 0xF0, 0x9F, 0x98, 0x80, 0x7A}));
     UStreamReader lineReader(&lines);
@@ -147,33 +144,5 @@ TEST(StreamText, WriterFormats)
                   w.WriteNewLine();
                   w.Write(L"y");
               }));
-}
-
-TEST(StreamText, WriterEncodesLongTextInPiecesWithoutBuffering)
-{
-    std::mt19937 random(17);
-    std::wstring text = RandomValidText(random, 20000);
-    MemoryStream stream;
-    UStreamWriter writer(&stream);
-    // Split so that surrogate pairs break across calls.
-    writer.Write(text.data(), 7777);
-    writer.Write(text.data() + 7777, static_cast<unsigned long>(text.size() - 7777));
-    EXPECT_EQ("", Mismatch(WindowsEncode(text), stream.m_data));
-    for (long piece : stream.m_writes)
-        EXPECT_LE(piece, 1000);
-
-    // A high surrogate at the end of a call waits for its partner; Flush drops it.
-    MemoryStream pending;
-    UStreamWriter pendingWriter(&pending);
-    pendingWriter.Write(L"a\xD83D", 2);
-    EXPECT_EQ(Ascii("a"), pending.m_data);
-    pendingWriter.Write(L"\xDE00", 1);
-    EXPECT_EQ(ToBytes({0x61, 0xF0, 0x9F, 0x98, 0x80}), pending.m_data);
-    pendingWriter.Write(L"\xD83D", 1);
-    pendingWriter.Flush();
-    pendingWriter.Write(L"\xDE00"
-                        L"b",
-                        2);
-    EXPECT_EQ(ToBytes({0x61, 0xF0, 0x9F, 0x98, 0x80, 0x62}), pending.m_data);
 }
 

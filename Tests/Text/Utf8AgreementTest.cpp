@@ -139,7 +139,6 @@ TEST(Utf8Agreement, DamagedUtf16MatchesWindowsWithoutTheUnpairedHalves)
         }
         Bytes expected = WindowsEncode(clean);
         ASSERT_EQ("", Mismatch(expected, LibraryEncode(utf8.Get(), text))) << round;
-
         Ref<UEncoder> encoder(utf8->CreateEncoder());
         Bytes pieces;
         for (size_t at = 0; at < text.size();)
