@@ -9,6 +9,7 @@
 #include <Oskal/Lib/BIM/UBimHeaderParameterTargetSystem.h>
 #include <Oskal/Lib/BIM/UBimHeaderParameterUnknown.h>
 #include <Oskal/Lib/Internal/ByteOrder.h>
+#include <Oskal/Lib/Internal/ReleasePtr.h>
 #include <Oskal/Lib/Internal/StreamRead.h>
 
 #include <cstdio>
@@ -290,29 +291,14 @@ void UBimHeader::Write(IO::UStream& stream) const
     for (unsigned long i = 0; i < m_parameters.GetLength(); ++i)
         m_parameters[i]->Write(stream);
 
-    UBimHeaderParameterPayloadLength* payloadLength = UBimHeaderParameterPayloadLength::Create(m_uiPayloadLength);
-    try
-    {
-        payloadLength->Write(stream);
-    }
-    catch (...)
-    {
-        payloadLength->Release();
-        throw;
-    }
-    payloadLength->Release();
-
-    UBimHeaderParameterLastParameter* last = UBimHeaderParameterLastParameter::Create();
-    try
-    {
-        last->Write(stream);
-    }
-    catch (...)
-    {
-        last->Release();
-        throw;
-    }
-    last->Release();
+    // Kept: the payload length is written after the list, also when the list holds a
+    // payload-length record of its own; reading keeps the later one (pinned by
+    // UBimFileWrite.PayloadLengthInTheListIsWrittenTwiceAndTheLaterWins)
+    Internal::ReleasePtr<UBimHeaderParameterPayloadLength> payloadLength(
+        UBimHeaderParameterPayloadLength::Create(m_uiPayloadLength));
+    payloadLength->Write(stream);
+    Internal::ReleasePtr<UBimHeaderParameterLastParameter> last(UBimHeaderParameterLastParameter::Create());
+    last->Write(stream);
 }
 
 }}} // namespace Oskal::Lib::BIM

@@ -19,10 +19,13 @@ public:
 
     UMemoryImage& operator=(const UMemoryImage& other);
 
-    // Makes room for the range without giving it bytes. A range that touches no region is
-    // appended as a region of its own (the list is then not sorted); otherwise it is merged in,
-    // the list is sorted and touching regions are joined. Bytes of the range that already held
-    // data in the first region found read as 0xFF afterwards: writers follow with the real bytes.
+    // Makes room for the range without giving it bytes. Kept: a range that touches no region is
+    // appended as a region of its own, so the list is then not sorted (pinned by
+    // UMemoryImage.UntouchedRangesAreAppendedUnsorted); otherwise it is merged in, the list is
+    // sorted and touching regions are joined. Kept: bytes of the range that already held data in
+    // the first region found read as 0xFF afterwards, those of regions joined later survive
+    // (pinned by UMemoryImage.ReserveOnlyClearsTheFirstRegionFound); writers follow with the real
+    // bytes.
     void Reserve(unsigned int uiAddress, unsigned int uiLength);
     // The bytes of the one region that holds the whole range (made if needed), or null.
     unsigned char* GetBuffer(unsigned int uiAddress, unsigned int uiLength);
