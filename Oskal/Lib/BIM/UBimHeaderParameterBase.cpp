@@ -1,5 +1,6 @@
 #include <Oskal/Lib/BIM/UBimHeaderParameterBase.h>
 
+#include <Oskal/Lib/Internal/ByteOrder.h>
 #include <Oskal/Lib/Internal/ReleasePtr.h>
 #include <Oskal/Lib/Text/UDecoder.h>
 #include <Oskal/Lib/Text/UEncoder.h>
@@ -111,13 +112,10 @@ unsigned short UBimHeaderParameterBase::GetValueLength() const
 
 void UBimHeaderParameterBase::Write(IO::UStream& stream) const
 {
-    const unsigned short tag = static_cast<unsigned short>(GetTag());
     const unsigned short length = GetValueLength();
     unsigned char head[4];
-    head[0] = static_cast<unsigned char>(tag);
-    head[1] = static_cast<unsigned char>(tag >> 8);
-    head[2] = static_cast<unsigned char>(length);
-    head[3] = static_cast<unsigned char>(length >> 8);
+    Internal::StoreLE16(head, static_cast<unsigned short>(GetTag()));
+    Internal::StoreLE16(head + 2, length);
     stream.Write(head, 4);
     if (length != 0)
         stream.Write(GetValue(), length);

@@ -72,14 +72,9 @@ BIM_DATETIME UBimHeaderParameterDateOfCreation::GetDateOfCreation() const
 
 void UBimHeaderParameterDateOfCreation::SetDateOfCreation(const BIM_DATETIME& dateTime)
 {
-    const unsigned char value[8] = {dateTime.byDay,
-                                    dateTime.byMonth,
-                                    static_cast<unsigned char>(dateTime.wYear),
-                                    static_cast<unsigned char>(dateTime.wYear >> 8),
-                                    dateTime.byHour,
-                                    dateTime.byMinute,
-                                    dateTime.bySecond,
-                                    0};
+    unsigned char value[8] = {dateTime.byDay, dateTime.byMonth, 0, 0, dateTime.byHour, dateTime.byMinute,
+                              dateTime.bySecond, 0};
+    Internal::StoreLE16(value + 2, dateTime.wYear);
     SetValue(value, 8);
 }
 
