@@ -249,6 +249,8 @@ TEST(CryptoStream, Errors)
               Thrown<UArgumentException>([&] { reader.Read(nullptr, 1); }));
     EXPECT_EQ(L"pvBuffer|Argument 'pvBuffer' must not be NULL when lCount is greater than 0.",
               Thrown<UArgumentException>([&] { writer.Write(nullptr, 1); }));
+    EXPECT_EQ(L"lCount|Argument 'lCount' must be >= 0.", Thrown<UArgumentException>([&] { reader.Read(buffer, -1); }));
+    EXPECT_EQ(L"lCount|Argument 'lCount' must be >= 0.", Thrown<UArgumentException>([&] { writer.Write(buffer, -1); }));
     EXPECT_EQ(L"Stream is not readable.", Thrown<UNotSupportedException>([&] { writer.Read(buffer, 1); }));
     EXPECT_EQ(L"Stream is not writeable.", Thrown<UNotSupportedException>([&] { reader.Write(buffer, 1); }));
     EXPECT_EQ(L"Stream is not writeable.", Thrown<UNotSupportedException>([&] { reader.FlushFinalBlock(); }));

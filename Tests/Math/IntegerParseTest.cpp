@@ -3,6 +3,7 @@
 #include <Oskal/Lib/Math/UIntegerI64.h>
 #include <Oskal/Lib/Math/UIntegerU32.h>
 #include <Oskal/Lib/Math/UIntegerU64.h>
+#include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UFormatException.h>
 #include <Oskal/Lib/UOverflowException.h>
 
@@ -77,5 +78,6 @@ TEST(IntegerParse, SignedThirtyTwoBit)
     i32(O(), {L"2147483648", L"-2147483649", L"4294967296", L"99999999999999999999", L"-0", L"-", L"0x100000000"});
     i32(F(kHexFormat), {L"-0x1"});
     i32(F(kFormat), {L"0x1g", L"0x 1", L" 1", L"1 ", L"+-1", L"-+1", L"++1", L"1.5"});
+    EXPECT_THROW(UIntegerI32::Parse(nullptr), Oskal::Lib::Exceptions::UArgumentException);
 }
 
