@@ -48,6 +48,7 @@
 #include <Oskal/Lib/Cryptography/USHABase.h>
 #include <Oskal/Lib/Cryptography/USymmetricAlgorithm.h>
 #include <Oskal/Lib/Cryptography/USymmetricTransform.h>
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/FileBasedWriteFilter/UFbwfWrapper.h>
 #include <Oskal/Lib/FileBasedWriteFilter/UFbwfWrapperException.h>

@@ -9,9 +9,7 @@ UArgumentException::UArgumentException(const wchar_t* pszName, const wchar_t* ps
 {
 }
 
-UArgumentException::UArgumentException(const UArgumentException& other) : UException(other), m_name(other.m_name) {}
-
-UArgumentException::~UArgumentException() {}
+OSKAL_IMPLEMENT_EXCEPTION_COPY(UArgumentException)
 
 const wchar_t* UArgumentException::GetName() const
 {

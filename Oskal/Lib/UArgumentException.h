@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UException.h>
 
@@ -9,11 +10,11 @@ namespace Oskal { namespace Lib { namespace Exceptions {
 class OSKAL_LIB_API UArgumentException : public UException
 {
 public:
-    // Stores the text as the argument name; the message stays empty.
+    // Kept: stores the text as the argument name; the message stays empty (pinned by
+    // Exceptions.ArgumentNameAndMessageForms)
     explicit UArgumentException(const wchar_t* pszName);
     UArgumentException(const wchar_t* pszName, const wchar_t* pszMessage);
-    UArgumentException(const UArgumentException& other);
-    ~UArgumentException() override;
+    OSKAL_DECLARE_EXCEPTION_COPY(UArgumentException)
 
     const wchar_t* GetName() const;
 

@@ -2,12 +2,7 @@
 
 namespace Oskal { namespace Lib { namespace Exceptions {
 
-UDeviceNotRespondingException::UDeviceNotRespondingException() {}
+OSKAL_IMPLEMENT_EXCEPTION(UDeviceNotRespondingException, UException)
 
-UDeviceNotRespondingException::UDeviceNotRespondingException(const wchar_t* pszMessage) : UException(pszMessage) {}
-
-UDeviceNotRespondingException::UDeviceNotRespondingException(const UDeviceNotRespondingException& other) : UException(other) {}
-
-UDeviceNotRespondingException::~UDeviceNotRespondingException() {}
-
-}}} // namespace Oskal::Lib::Exceptions
+}
+}} // namespace Oskal::Lib

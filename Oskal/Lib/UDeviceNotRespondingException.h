@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UException.h>
 
@@ -8,10 +9,7 @@ namespace Oskal { namespace Lib { namespace Exceptions {
 class OSKAL_LIB_API UDeviceNotRespondingException : public UException
 {
 public:
-    UDeviceNotRespondingException();
-    explicit UDeviceNotRespondingException(const wchar_t* pszMessage);
-    UDeviceNotRespondingException(const UDeviceNotRespondingException& other);
-    ~UDeviceNotRespondingException() override;
+    OSKAL_DECLARE_EXCEPTION(UDeviceNotRespondingException)
 };
 
 }}} // namespace Oskal::Lib::Exceptions

@@ -2,12 +2,7 @@
 
 namespace Oskal { namespace Lib { namespace Exceptions {
 
-UDriverException::UDriverException() {}
+OSKAL_IMPLEMENT_EXCEPTION(UDriverException, UException)
 
-UDriverException::UDriverException(const wchar_t* pszMessage) : UException(pszMessage) {}
-
-UDriverException::UDriverException(const UDriverException& other) : UException(other) {}
-
-UDriverException::~UDriverException() {}
-
-}}} // namespace Oskal::Lib::Exceptions
+}
+}} // namespace Oskal::Lib

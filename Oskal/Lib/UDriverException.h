@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UException.h>
 
@@ -8,10 +9,7 @@ namespace Oskal { namespace Lib { namespace Exceptions {
 class OSKAL_LIB_API UDriverException : public UException
 {
 public:
-    UDriverException();
-    explicit UDriverException(const wchar_t* pszMessage);
-    UDriverException(const UDriverException& other);
-    ~UDriverException() override;
+    OSKAL_DECLARE_EXCEPTION(UDriverException)
 };
 
 }}} // namespace Oskal::Lib::Exceptions

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <windows.h>
+#include <Oskal/Lib/Threading/UCriticalSection.h>
+#include <Oskal/Lib/Threading/UCriticalSectionAutoLock.h>
 
 namespace Oskal { namespace Lib {
 
@@ -11,14 +12,10 @@ template <typename T>
 class UEventProvider
 {
 public:
-    UEventProvider() : m_pFirst(nullptr), m_ulCount(0) { InitializeCriticalSection(&m_csLock); }
+    UEventProvider() : m_pFirst(nullptr), m_ulCount(0) {}
 
     // The copy gets its own lock and its own nodes for the same recipients.
-    UEventProvider(const UEventProvider& other) : m_pFirst(nullptr), m_ulCount(0)
-    {
-        InitializeCriticalSection(&m_csLock);
-        CopyList(other);
-    }
+    UEventProvider(const UEventProvider& other) : m_pFirst(nullptr), m_ulCount(0) { CopyList(other); }
 
     UEventProvider& operator=(const UEventProvider& other)
     {
@@ -30,12 +27,10 @@ public:
     // Not virtual: providers are not deleted through a base pointer.
     ~UEventProvider()
     {
-        EnterCriticalSection(&m_csLock);
+        Threading::UCriticalSectionAutoLock lock(m_csLock);
         FreeNodes(m_pFirst);
         m_pFirst = nullptr;
         m_ulCount = 0;
-        LeaveCriticalSection(&m_csLock);
-        DeleteCriticalSection(&m_csLock);
     }
 
     virtual void OnEventReceipientAttached(T* /*pReceipient*/) {}
@@ -48,20 +43,27 @@ public:
             return 0;
         // Allocated before locking, so a failed allocation never leaves the lock held.
         Node* node = new Node{pReceipient, nullptr};
-        EnterCriticalSection(&m_csLock);
-        Node** link = &m_pFirst;
-        for (; *link != nullptr; link = &(*link)->pNext)
         {
-            if ((*link)->pReceipient == pReceipient)
+            Threading::UCriticalSectionAutoLock lock(m_csLock);
+            Node** link = &m_pFirst;
+            for (; *link != nullptr; link = &(*link)->pNext)
             {
-                LeaveCriticalSection(&m_csLock);
-                delete node;
-                return 0;
+                if ((*link)->pReceipient == pReceipient)
+                    break;
+            }
+            if (*link == nullptr)
+            {
+                *link = node;
+                ++m_ulCount;
+                node = nullptr;
             }
         }
-        *link = node;
-        ++m_ulCount;
-        LeaveCriticalSection(&m_csLock);
+        if (node != nullptr)
+        {
+            delete node;
+            return 0;
+        }
+        // Outside the lock, so that the hook may attach or detach further recipients.
         OnEventReceipientAttached(pReceipient);
         return 1;
     }
@@ -71,29 +73,17 @@ public:
     {
         if (pReceipient == nullptr)
             return 0;
-        EnterCriticalSection(&m_csLock);
-        for (Node** link = &m_pFirst; *link != nullptr; link = &(*link)->pNext)
-        {
-            Node* node = *link;
-            if (node->pReceipient != pReceipient)
-                continue;
-            *link = node->pNext;
-            delete node;
-            --m_ulCount;
-            LeaveCriticalSection(&m_csLock);
-            OnEventReceipientDetached(pReceipient);
-            return 1;
-        }
-        LeaveCriticalSection(&m_csLock);
-        return 0;
+        if (!Unlink(pReceipient))
+            return 0;
+        // Outside the lock, as for attaching.
+        OnEventReceipientDetached(pReceipient);
+        return 1;
     }
 
     unsigned long GetEventReceipientCount()
     {
-        EnterCriticalSection(&m_csLock);
-        const unsigned long count = m_ulCount;
-        LeaveCriticalSection(&m_csLock);
-        return count;
+        Threading::UCriticalSectionAutoLock lock(m_csLock);
+        return m_ulCount;
     }
 
 protected:
@@ -107,25 +97,33 @@ protected:
     template <typename F>
     void ForEachEventReceipient(F fn)
     {
-        EnterCriticalSection(&m_csLock);
-        try
-        {
-            for (Node* node = m_pFirst; node != nullptr; node = node->pNext)
-                fn(node->pReceipient);
-        }
-        catch (...)
-        {
-            LeaveCriticalSection(&m_csLock);
-            throw;
-        }
-        LeaveCriticalSection(&m_csLock);
+        Threading::UCriticalSectionAutoLock lock(m_csLock);
+        for (Node* node = m_pFirst; node != nullptr; node = node->pNext)
+            fn(node->pReceipient);
     }
 
-    CRITICAL_SECTION m_csLock;
+    Threading::UCriticalSection m_csLock;
     Node* m_pFirst;
     unsigned long m_ulCount;
 
 private:
+    // Takes the recipient's node out of the list; false when it is not in it.
+    bool Unlink(T* pReceipient)
+    {
+        Threading::UCriticalSectionAutoLock lock(m_csLock);
+        for (Node** link = &m_pFirst; *link != nullptr; link = &(*link)->pNext)
+        {
+            Node* node = *link;
+            if (node->pReceipient != pReceipient)
+                continue;
+            *link = node->pNext;
+            delete node;
+            --m_ulCount;
+            return true;
+        }
+        return false;
+    }
+
     static void FreeNodes(Node* pNode)
     {
         while (pNode != nullptr)
@@ -144,9 +142,9 @@ private:
         Node* first = nullptr;
         Node** link = &first;
         unsigned long count = 0;
-        EnterCriticalSection(&source.m_csLock);
         try
         {
+            Threading::UCriticalSectionAutoLock lock(source.m_csLock);
             for (Node* node = source.m_pFirst; node != nullptr; node = node->pNext)
             {
                 *link = new Node{node->pReceipient, nullptr};
@@ -156,16 +154,16 @@ private:
         }
         catch (...)
         {
-            LeaveCriticalSection(&source.m_csLock);
             FreeNodes(first);
             throw;
         }
-        LeaveCriticalSection(&source.m_csLock);
-        EnterCriticalSection(&m_csLock);
-        Node* old = m_pFirst;
-        m_pFirst = first;
-        m_ulCount = count;
-        LeaveCriticalSection(&m_csLock);
+        Node* old;
+        {
+            Threading::UCriticalSectionAutoLock lock(m_csLock);
+            old = m_pFirst;
+            m_pFirst = first;
+            m_ulCount = count;
+        }
         FreeNodes(old);
     }
 };

@@ -2,12 +2,7 @@
 
 namespace Oskal { namespace Lib { namespace Exceptions {
 
-UFatalException::UFatalException() {}
+OSKAL_IMPLEMENT_EXCEPTION(UFatalException, UException)
 
-UFatalException::UFatalException(const wchar_t* pszMessage) : UException(pszMessage) {}
-
-UFatalException::UFatalException(const UFatalException& other) : UException(other) {}
-
-UFatalException::~UFatalException() {}
-
-}}} // namespace Oskal::Lib::Exceptions
+}
+}} // namespace Oskal::Lib

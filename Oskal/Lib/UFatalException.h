@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UException.h>
 
@@ -8,10 +9,7 @@ namespace Oskal { namespace Lib { namespace Exceptions {
 class OSKAL_LIB_API UFatalException : public UException
 {
 public:
-    UFatalException();
-    explicit UFatalException(const wchar_t* pszMessage);
-    UFatalException(const UFatalException& other);
-    ~UFatalException() override;
+    OSKAL_DECLARE_EXCEPTION(UFatalException)
 };
 
 }}} // namespace Oskal::Lib::Exceptions

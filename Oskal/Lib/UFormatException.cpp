@@ -2,12 +2,7 @@
 
 namespace Oskal { namespace Lib { namespace Exceptions {
 
-UFormatException::UFormatException() {}
+OSKAL_IMPLEMENT_EXCEPTION(UFormatException, UException)
 
-UFormatException::UFormatException(const wchar_t* pszMessage) : UException(pszMessage) {}
-
-UFormatException::UFormatException(const UFormatException& other) : UException(other) {}
-
-UFormatException::~UFormatException() {}
-
-}}} // namespace Oskal::Lib::Exceptions
+}
+}} // namespace Oskal::Lib

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UException.h>
 
@@ -8,10 +9,7 @@ namespace Oskal { namespace Lib { namespace Exceptions {
 class OSKAL_LIB_API UFormatException : public UException
 {
 public:
-    UFormatException();
-    explicit UFormatException(const wchar_t* pszMessage);
-    UFormatException(const UFormatException& other);
-    ~UFormatException() override;
+    OSKAL_DECLARE_EXCEPTION(UFormatException)
 };
 
 }}} // namespace Oskal::Lib::Exceptions

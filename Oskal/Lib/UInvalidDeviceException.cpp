@@ -2,12 +2,7 @@
 
 namespace Oskal { namespace Lib { namespace Exceptions {
 
-UInvalidDeviceException::UInvalidDeviceException() {}
+OSKAL_IMPLEMENT_EXCEPTION(UInvalidDeviceException, UException)
 
-UInvalidDeviceException::UInvalidDeviceException(const wchar_t* pszMessage) : UException(pszMessage) {}
-
-UInvalidDeviceException::UInvalidDeviceException(const UInvalidDeviceException& other) : UException(other) {}
-
-UInvalidDeviceException::~UInvalidDeviceException() {}
-
-}}} // namespace Oskal::Lib::Exceptions
+}
+}} // namespace Oskal::Lib

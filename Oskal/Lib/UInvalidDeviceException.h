@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UException.h>
 
@@ -8,10 +9,7 @@ namespace Oskal { namespace Lib { namespace Exceptions {
 class OSKAL_LIB_API UInvalidDeviceException : public UException
 {
 public:
-    UInvalidDeviceException();
-    explicit UInvalidDeviceException(const wchar_t* pszMessage);
-    UInvalidDeviceException(const UInvalidDeviceException& other);
-    ~UInvalidDeviceException() override;
+    OSKAL_DECLARE_EXCEPTION(UInvalidDeviceException)
 };
 
 }}} // namespace Oskal::Lib::Exceptions

@@ -2,12 +2,7 @@
 
 namespace Oskal { namespace Lib { namespace Exceptions {
 
-UInvalidOperationException::UInvalidOperationException() {}
+OSKAL_IMPLEMENT_EXCEPTION(UInvalidOperationException, UException)
 
-UInvalidOperationException::UInvalidOperationException(const wchar_t* pszMessage) : UException(pszMessage) {}
-
-UInvalidOperationException::UInvalidOperationException(const UInvalidOperationException& other) : UException(other) {}
-
-UInvalidOperationException::~UInvalidOperationException() {}
-
-}}} // namespace Oskal::Lib::Exceptions
+}
+}} // namespace Oskal::Lib

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UException.h>
 
@@ -8,10 +9,7 @@ namespace Oskal { namespace Lib { namespace Exceptions {
 class OSKAL_LIB_API UInvalidOperationException : public UException
 {
 public:
-    UInvalidOperationException();
-    explicit UInvalidOperationException(const wchar_t* pszMessage);
-    UInvalidOperationException(const UInvalidOperationException& other);
-    ~UInvalidOperationException() override;
+    OSKAL_DECLARE_EXCEPTION(UInvalidOperationException)
 };
 
 }}} // namespace Oskal::Lib::Exceptions

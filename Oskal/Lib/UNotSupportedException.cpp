@@ -2,12 +2,7 @@
 
 namespace Oskal { namespace Lib { namespace Exceptions {
 
-UNotSupportedException::UNotSupportedException() {}
+OSKAL_IMPLEMENT_EXCEPTION(UNotSupportedException, UException)
 
-UNotSupportedException::UNotSupportedException(const wchar_t* pszMessage) : UException(pszMessage) {}
-
-UNotSupportedException::UNotSupportedException(const UNotSupportedException& other) : UException(other) {}
-
-UNotSupportedException::~UNotSupportedException() {}
-
-}}} // namespace Oskal::Lib::Exceptions
+}
+}} // namespace Oskal::Lib

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UException.h>
 
@@ -8,10 +9,7 @@ namespace Oskal { namespace Lib { namespace Exceptions {
 class OSKAL_LIB_API UNotSupportedException : public UException
 {
 public:
-    UNotSupportedException();
-    explicit UNotSupportedException(const wchar_t* pszMessage);
-    UNotSupportedException(const UNotSupportedException& other);
-    ~UNotSupportedException() override;
+    OSKAL_DECLARE_EXCEPTION(UNotSupportedException)
 };
 
 }}} // namespace Oskal::Lib::Exceptions

@@ -2,12 +2,7 @@
 
 namespace Oskal { namespace Lib { namespace Exceptions {
 
-UOverflowException::UOverflowException() {}
+OSKAL_IMPLEMENT_EXCEPTION(UOverflowException, UException)
 
-UOverflowException::UOverflowException(const wchar_t* pszMessage) : UException(pszMessage) {}
-
-UOverflowException::UOverflowException(const UOverflowException& other) : UException(other) {}
-
-UOverflowException::~UOverflowException() {}
-
-}}} // namespace Oskal::Lib::Exceptions
+}
+}} // namespace Oskal::Lib

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UException.h>
 
@@ -8,10 +9,7 @@ namespace Oskal { namespace Lib { namespace Exceptions {
 class OSKAL_LIB_API UOverflowException : public UException
 {
 public:
-    UOverflowException();
-    explicit UOverflowException(const wchar_t* pszMessage);
-    UOverflowException(const UOverflowException& other);
-    ~UOverflowException() override;
+    OSKAL_DECLARE_EXCEPTION(UOverflowException)
 };
 
 }}} // namespace Oskal::Lib::Exceptions

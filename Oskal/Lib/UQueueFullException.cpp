@@ -2,12 +2,7 @@
 
 namespace Oskal { namespace Lib { namespace Exceptions {
 
-UQueueFullException::UQueueFullException() {}
+OSKAL_IMPLEMENT_EXCEPTION(UQueueFullException, UException)
 
-UQueueFullException::UQueueFullException(const wchar_t* pszMessage) : UException(pszMessage) {}
-
-UQueueFullException::UQueueFullException(const UQueueFullException& other) : UException(other) {}
-
-UQueueFullException::~UQueueFullException() {}
-
-}}} // namespace Oskal::Lib::Exceptions
+}
+}} // namespace Oskal::Lib

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UException.h>
 
@@ -8,10 +9,7 @@ namespace Oskal { namespace Lib { namespace Exceptions {
 class OSKAL_LIB_API UQueueFullException : public UException
 {
 public:
-    UQueueFullException();
-    explicit UQueueFullException(const wchar_t* pszMessage);
-    UQueueFullException(const UQueueFullException& other);
-    ~UQueueFullException() override;
+    OSKAL_DECLARE_EXCEPTION(UQueueFullException)
 };
 
 }}} // namespace Oskal::Lib::Exceptions

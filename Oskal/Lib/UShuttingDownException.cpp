@@ -2,12 +2,7 @@
 
 namespace Oskal { namespace Lib { namespace Exceptions {
 
-UShuttingDownException::UShuttingDownException() {}
+OSKAL_IMPLEMENT_EXCEPTION(UShuttingDownException, UException)
 
-UShuttingDownException::UShuttingDownException(const wchar_t* pszMessage) : UException(pszMessage) {}
-
-UShuttingDownException::UShuttingDownException(const UShuttingDownException& other) : UException(other) {}
-
-UShuttingDownException::~UShuttingDownException() {}
-
-}}} // namespace Oskal::Lib::Exceptions
+}
+}} // namespace Oskal::Lib

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UException.h>
 
@@ -8,10 +9,7 @@ namespace Oskal { namespace Lib { namespace Exceptions {
 class OSKAL_LIB_API UShuttingDownException : public UException
 {
 public:
-    UShuttingDownException();
-    explicit UShuttingDownException(const wchar_t* pszMessage);
-    UShuttingDownException(const UShuttingDownException& other);
-    ~UShuttingDownException() override;
+    OSKAL_DECLARE_EXCEPTION(UShuttingDownException)
 };
 
 }}} // namespace Oskal::Lib::Exceptions

@@ -219,7 +219,8 @@ void UString::Clear()
 
 int UString::Compare(const wchar_t* pszText, unsigned long ulCount) const
 {
-    // Lengths decide before characters; this orders differently from Compare(const wchar_t*).
+    // Kept: lengths decide before characters, so this orders differently from
+    // Compare(const wchar_t*) (pinned by UString.Compare)
     if (m_ulLength < ulCount)
         return -1;
     if (m_ulLength > ulCount)
@@ -265,7 +266,8 @@ unsigned long UString::GetLength() const
 
 wchar_t UString::GetAt(unsigned long ulIndex) const
 {
-    // The index may equal the length: the terminator is returned then.
+    // Kept: the index may equal the length, and the terminator is returned then (pinned by
+    // UString.GetAtAcceptsTheLengthAndThrowsBeyond)
     if (ulIndex > m_ulLength)
         throw Exceptions::UArgumentException(L"ulIndex", L"Index is out of range.");
     return m_pszBuffer[ulIndex];

@@ -2,12 +2,7 @@
 
 namespace Oskal { namespace Lib { namespace Exceptions {
 
-UTimeoutException::UTimeoutException() {}
+OSKAL_IMPLEMENT_EXCEPTION(UTimeoutException, UException)
 
-UTimeoutException::UTimeoutException(const wchar_t* pszMessage) : UException(pszMessage) {}
-
-UTimeoutException::UTimeoutException(const UTimeoutException& other) : UException(other) {}
-
-UTimeoutException::~UTimeoutException() {}
-
-}}} // namespace Oskal::Lib::Exceptions
+}
+}} // namespace Oskal::Lib

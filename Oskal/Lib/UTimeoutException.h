@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UException.h>
 
@@ -8,10 +9,7 @@ namespace Oskal { namespace Lib { namespace Exceptions {
 class OSKAL_LIB_API UTimeoutException : public UException
 {
 public:
-    UTimeoutException();
-    explicit UTimeoutException(const wchar_t* pszMessage);
-    UTimeoutException(const UTimeoutException& other);
-    ~UTimeoutException() override;
+    OSKAL_DECLARE_EXCEPTION(UTimeoutException)
 };
 
 }}} // namespace Oskal::Lib::Exceptions

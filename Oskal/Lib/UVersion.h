@@ -22,8 +22,9 @@ public:
     unsigned long GetPacked() const;
 
     bool operator==(const UVersion& other) const;
-    // Shortcut ordering, kept for compatibility: each step only tests "smaller" and falls through
-    // otherwise, so 2.0.0 < 1.5.0 holds as well as 1.5.0 < 2.0.0. Not a lexicographic order.
+    // Kept: shortcut ordering; each step only tests "smaller" and falls through otherwise, so
+    // 2.0.0 < 1.5.0 holds as well as 1.5.0 < 2.0.0, not a lexicographic order (pinned by
+    // UVersion.OrderingKeepsItsShortcut)
     bool operator<(const UVersion& other) const;
     // The same shortcut with "greater".
     bool operator>(const UVersion& other) const;

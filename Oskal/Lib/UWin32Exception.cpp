@@ -4,11 +4,12 @@ namespace Oskal { namespace Lib { namespace Exceptions {
 
 UWin32Exception::UWin32Exception() : m_code(0) {}
 
-UWin32Exception::UWin32Exception(const wchar_t* pszMessage, unsigned long ulCode) : UException(pszMessage), m_code(ulCode) {}
+UWin32Exception::UWin32Exception(const wchar_t* pszMessage, unsigned long ulCode)
+    : UException(pszMessage), m_code(ulCode)
+{
+}
 
-UWin32Exception::UWin32Exception(const UWin32Exception& other) : UException(other), m_code(other.m_code) {}
-
-UWin32Exception::~UWin32Exception() {}
+OSKAL_IMPLEMENT_EXCEPTION_COPY(UWin32Exception)
 
 unsigned long UWin32Exception::GetErrorCode() const
 {

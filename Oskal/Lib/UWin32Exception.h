@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UException.h>
 
@@ -10,8 +11,7 @@ class OSKAL_LIB_API UWin32Exception : public UException
 public:
     UWin32Exception();
     UWin32Exception(const wchar_t* pszMessage, unsigned long ulCode);
-    UWin32Exception(const UWin32Exception& other);
-    ~UWin32Exception() override;
+    OSKAL_DECLARE_EXCEPTION_COPY(UWin32Exception)
 
     unsigned long GetErrorCode() const;
 

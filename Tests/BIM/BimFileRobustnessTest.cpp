@@ -40,7 +40,6 @@ class Damage
 {
 public:
     Damage() : loaded(0), refused(0), m_file(L"bimdmg"), m_saved(L"bimdmg") {}
-
     // Loads (and, when that works, saves) one damaged file; only the library's exceptions may
     // come out.
     void Try(const Bytes& bytes, const std::string& what)
@@ -73,7 +72,6 @@ public:
             ADD_FAILURE() << "foreign exception for " << what;
         }
     }
-
     int loaded;
     int refused;
 
@@ -100,7 +98,6 @@ void DamageEverywhere(const Bytes& original)
     Damage damage;
     damage.Try(original, "the undamaged file");
     ASSERT_EQ(1, damage.loaded);
-
     const size_t body = original.size() - 20;
     for (size_t i = 0; i < body; ++i)
     {
@@ -112,7 +109,6 @@ void DamageEverywhere(const Bytes& original)
             damage.Try(bytes, Name("flip", i, mask));
         }
     }
-
     // Length fields (and everything else) at extreme values.
     for (size_t i = 0; i + 2 <= body; i += 2)
     {
@@ -135,7 +131,6 @@ void DamageEverywhere(const Bytes& original)
             damage.Try(bytes, Name("u32", i, value));
         }
     }
-
     // Cut short, and grown by bytes inserted in the middle and at the end of the payload.
     for (size_t length = 0; length < body; length += 3)
     {
@@ -153,7 +148,6 @@ void DamageEverywhere(const Bytes& original)
             damage.Try(bytes, Name("extended", at, count));
         }
     }
-
     // Without the checksum recomputed, any change is caught before parsing.
     for (size_t i = 0; i < original.size(); i += 5)
     {

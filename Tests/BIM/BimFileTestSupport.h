@@ -247,7 +247,6 @@ public:
         }
         return 0;
     }
-
     const unsigned char* key;
     const unsigned char* iv;
     int algorithmCalls;

@@ -29,23 +29,6 @@ template <typename T> T* Add(UBimFile& file, T* container)
     return container;
 }
 
-void SetTestKey(UBimPayloadContainerBase& container)
-{
-    auto* algorithm = dynamic_cast<Oskal::Lib::Cryptography::USymmetricAlgorithm*>(container.GetEncryptionAlgorithm());
-    ASSERT_NE(nullptr, algorithm);
-    algorithm->SetKey(TestKey(), 32);
-    algorithm->SetInitializationVector(TestIV(), 16);
-}
-
-TEST(UBimFileWrite, EmptyFileIsMarkerLengthTerminatorAndChecksum)
-{
-    UBimFile file;
-    Bytes expected = B("BIMF");
-    Append(expected, Bytes{2, 0, 4, 0, 0, 0, 0, 0, 0xFF, 0xFF, 0, 0});
-    Append(expected, Sha1(expected));
-    EXPECT_EQ(expected, SaveBytes(file));
-}
-
 TEST(UBimFileWrite, ExactBytesOfHeaderAndContainers)
 {
     UBimFile file;
@@ -70,7 +53,6 @@ TEST(UBimFileWrite, ExactBytesOfHeaderAndContainers)
     date.bySecond = 5;
     date.byReserved = 0x99;
     static_cast<UBimHeaderParameterDateOfCreation*>(parameter)->SetDateOfCreation(date);
-
     // One region of 6 bytes: plain and stored size 16, 48 bytes in the payload.
     UBimPayloadContainerFirmware* firmware = Add(file, UBimPayloadContainerFirmware::Create());
     OskalTests::Set(firmware->GetMemoryImage(), 0x100, "abcdef");
@@ -79,7 +61,6 @@ TEST(UBimFileWrite, ExactBytesOfHeaderAndContainers)
     EXPECT_EQ(48u, firmware->GetTotalContainerSize());
     Add(file, UBimPayloadContainerWindows::Create());
     EXPECT_EQ(80u, file.GetPayload().GetLength());
-
     Bytes records;
     Append(records, Tlv(3, B("Hi")));
     Append(records, Tlv(0x42, B("12345")));
@@ -91,52 +72,10 @@ TEST(UBimFileWrite, ExactBytesOfHeaderAndContainers)
     const Bytes expected = BimFile(records, payload);
     EXPECT_EQ(expected, SaveBytes(file));
     EXPECT_EQ(80u, file.GetHeader().GetPayloadLength());
-
     // The saved file loads back to the same bytes.
     UBimFile again;
     ASSERT_EQ(L"", LoadBytes(again, expected));
     EXPECT_EQ(expected, SaveBytes(again));
-}
-
-TEST(UBimFileWrite, EncryptedFirmwareContainer)
-{
-    UBimFile file;
-    UBimPayloadContainerFirmware* firmware = Add(file, UBimPayloadContainerFirmware::Create());
-    firmware->SetEncryptionType(eBimPayloadContainerEncryption_Rijndael);
-    SetTestKey(*firmware);
-    OskalTests::Set(firmware->GetMemoryImage(), 0x8000, "0123456789AB");
-    // 20 plain bytes: two cipher blocks.
-    EXPECT_EQ(20u, firmware->GetPlainSize());
-    EXPECT_EQ(32u, firmware->GetStoredSize());
-
-    const Bytes inner = FirmwareInner({{0x8000, B("0123456789AB")}});
-    EXPECT_EQ(BimFile(Bytes(), EncryptedContainer(1, inner)), SaveBytes(file));
-}
-
-TEST(UBimFileWrite, ReservedRegionIsWrittenAsFillBytes)
-{
-    UBimFile file;
-    UBimPayloadContainerFirmware* firmware = Add(file, UBimPayloadContainerFirmware::Create());
-    firmware->GetMemoryImage().Reserve(0x40, 5);
-    EXPECT_FALSE(firmware->GetMemoryImage().GetMemoryRegion(0)->HasData());
-    const Bytes expected = BimFile(Bytes(), PlainContainer(1, FirmwareInner({{0x40, Bytes(5, 0xFF)}})));
-    EXPECT_EQ(expected, SaveBytes(file));
-}
-
-TEST(UBimFileWrite, UnsetFixedSizeParameterIsWrittenEmptyAndRefusedOnLoad)
-{
-    for (UBimHeaderParameterTag tag : {eBimHeaderParameterTag_TargetSystem, eBimHeaderParameterTag_DateOfCreation})
-    {
-        UBimFile file;
-        UBimHeaderParameterBase* parameter = nullptr;
-        file.GetHeader().AddParameter(tag, &parameter);
-        const Bytes saved = SaveBytes(file);
-        EXPECT_EQ(BimFile(Tlv(tag, Bytes()), Bytes()), saved);
-        UBimFile again;
-        EXPECT_EQ(tag == eBimHeaderParameterTag_TargetSystem ? L"!Header parameter 0x01 is invalid."
-                                                             : L"!Header parameter 0x05 is invalid.",
-                  LoadBytes(again, saved));
-    }
 }
 
 TEST(UBimFileWrite, PayloadLengthInTheListIsWrittenTwiceAndTheLaterWins)
@@ -148,7 +87,6 @@ TEST(UBimFileWrite, PayloadLengthInTheListIsWrittenTwiceAndTheLaterWins)
     Add(file, UBimPayloadContainerWindows::Create());
     const Bytes saved = SaveBytes(file);
     EXPECT_EQ(BimFile(Tlv(2, Bytes{0xE7, 3, 0, 0}), PlainContainer(2, Bytes())), saved);
-
     UBimFile again;
     ASSERT_EQ(L"", LoadBytes(again, saved));
     EXPECT_EQ(0, again.GetHeader().GetParameterCount());
@@ -165,7 +103,6 @@ TEST(UBimFileWrite, RawBytesAreWrittenWithoutPadding)
     ASSERT_EQ(L"", LoadBytes(file, original));
     ASSERT_TRUE(file.GetPayload().GetContainer(0)->IsRaw());
     EXPECT_EQ(40u, file.GetPayload().GetLength());
-
     Bytes payload;
     payload.push_back(1);
     payload.push_back(0xFF);
@@ -190,47 +127,6 @@ TEST(UBimFileWrite, UnknownContainerReadWithEncryptionIsWrittenInPlainForm)
     Bytes stored = B("secret");
     stored.resize(16, 0);
     EXPECT_EQ(BimFile(Bytes(), Container(0x33, 2, stored, 6, Sha1(B("secret")))), SaveBytes(file));
-}
-
-TEST(UBimPayloadContainer, EncryptionTypesAndSizes)
-{
-    UBimPayloadContainerFirmware* firmware = UBimPayloadContainerFirmware::Create();
-    EXPECT_EQ(eBimPayloadContainerEncryption_None, firmware->GetEncryptionType());
-    EXPECT_EQ(nullptr, firmware->GetEncryptionAlgorithm());
-    firmware->SetEncryptionType(eBimPayloadContainerEncryption_Rijndael);
-    Oskal::Lib::Cryptography::UEncryptionAlgorithm* algorithm = firmware->GetEncryptionAlgorithm();
-    ASSERT_NE(nullptr, algorithm);
-    auto* symmetric = dynamic_cast<Oskal::Lib::Cryptography::USymmetricAlgorithm*>(algorithm);
-    EXPECT_EQ(Oskal::Lib::Cryptography::eCipherMode_CBC, symmetric->GetCipherMode());
-    EXPECT_EQ(Oskal::Lib::Cryptography::ePaddingMode_None, symmetric->GetPaddingMode());
-    EXPECT_EQ(256u, symmetric->GetKeySize());
-    firmware->SetEncryptionType(eBimPayloadContainerEncryption_Rijndael);
-    EXPECT_EQ(algorithm, firmware->GetEncryptionAlgorithm());
-
-    // Empty image: no cipher block at all.
-    EXPECT_EQ(0u, firmware->GetStoredSize());
-    EXPECT_EQ(32u, firmware->GetTotalContainerSize());
-    OskalTests::Set(firmware->GetMemoryImage(), 0, std::string(9, 'x'));
-    EXPECT_EQ(20u, firmware->GetPlainSize());
-    EXPECT_EQ(32u, firmware->GetStoredSize());
-    EXPECT_EQ(64u, firmware->GetTotalContainerSize());
-
-    // A copy has its own algorithm with the same key.
-    SetTestKey(*firmware);
-    UBimPayloadContainerFirmware* copy = new UBimPayloadContainerFirmware(*firmware);
-    auto* copied = dynamic_cast<Oskal::Lib::Cryptography::USymmetricAlgorithm*>(copy->GetEncryptionAlgorithm());
-    ASSERT_NE(nullptr, copied);
-    EXPECT_NE(static_cast<void*>(symmetric), static_cast<void*>(copied));
-    EXPECT_EQ(0, std::memcmp(TestKey(), copied->GetKey(), 32));
-    EXPECT_EQ(std::string(9, 'x'), Get(copy->GetMemoryImage(), 0, 9));
-    copy->Release();
-
-    firmware->SetEncryptionType(static_cast<UBimPayloadContainerEncryption>(9));
-    EXPECT_EQ(eBimPayloadContainerEncryption_Unknown, firmware->GetEncryptionType());
-    EXPECT_EQ(nullptr, firmware->GetEncryptionAlgorithm());
-    firmware->SetEncryptionType(eBimPayloadContainerEncryption_None);
-    EXPECT_EQ(nullptr, firmware->GetEncryptionAlgorithm());
-    firmware->Release();
 }
 
 TEST(UBimPayload, AddContainerTakesItsOwnReference)

@@ -34,7 +34,6 @@ TEST(UBimHeaderParameter, DescriptionsAreUtf8WithoutMarkOrTerminator)
               "e \xF0\x9F\x98\x80",
               Value(*text));
     EXPECT_STREQ(L"Gr\u00FC\u00DFe \U0001F600", text->GetShortDescription());
-
     // A shorter text over a longer one: the record and the getter follow.
     text->SetShortDescription(L"x");
     EXPECT_EQ("x", Value(*text));
@@ -43,7 +42,6 @@ TEST(UBimHeaderParameter, DescriptionsAreUtf8WithoutMarkOrTerminator)
     EXPECT_EQ(0, text->GetTLV().wLength);
     EXPECT_STREQ(L"", text->GetShortDescription());
     text->Release();
-
     UBimHeaderParameterLongDescription* empty = UBimHeaderParameterLongDescription::Create();
     EXPECT_EQ(eBimHeaderParameterTag_LongDescription, empty->GetTag());
     EXPECT_TRUE(empty->IsValid());
@@ -62,36 +60,12 @@ TEST(UBimHeaderParameter, OverlongDescriptionIsCutAtACharacterBoundary)
     // Compared as a whole: a mismatch must not print 64 KiB of text.
     EXPECT_TRUE(text.substr(0, 1 + 16383 * 2) == parameter->GetLongDescription());
     EXPECT_EQ(1u + 16383 * 2, std::wstring(parameter->GetLongDescription()).size());
-
     // Exactly 65535 bytes fit.
     std::wstring fits(65535, L'z');
     parameter->SetLongDescription(fits.c_str());
     EXPECT_EQ(65535, parameter->GetTLV().wLength);
     EXPECT_TRUE(fits == parameter->GetLongDescription());
     parameter->Release();
-}
-
-TEST(UBimHeaderParameter, DescriptionsDecodeWholeFromRecords)
-{
-    BIM_HEADER_TLV* tlv = new BIM_HEADER_TLV();
-    tlv->wTag = eBimHeaderParameterTag_ShortDescription;
-    // 21845 three-byte characters: 65535 bytes, the longest value a record holds.
-    for (int i = 0; i < 21845; ++i)
-        std::memcpy(tlv->abyValue + 3 * i, "\xE2\x82\xAC", 3);
-    tlv->wLength = 65535;
-    UBimHeaderParameterShortDescription* parameter = UBimHeaderParameterShortDescription::Create(*tlv);
-    EXPECT_TRUE(parameter->IsValid());
-    EXPECT_TRUE(std::wstring(21845, L'\u20AC') == parameter->GetShortDescription());
-    parameter->Release();
-
-    // Bytes that are no UTF-8 are left to the decoder's fallback; they never make it invalid.
-    std::memcpy(tlv->abyValue, "ok\xFF\xC3", 4);
-    tlv->wLength = 4;
-    parameter = UBimHeaderParameterShortDescription::Create(*tlv);
-    EXPECT_TRUE(parameter->IsValid());
-    EXPECT_EQ(L"ok", std::wstring(parameter->GetShortDescription()).substr(0, 2));
-    parameter->Release();
-    delete tlv;
 }
 
 // Record bytes of set values are pinned by the write tests; here the date taken from a
@@ -106,11 +80,9 @@ TEST(UBimHeaderParameter, FixedSizeValuesAndTheirValidity)
     EXPECT_TRUE(date->IsValid());
     EXPECT_EQ(std::string("\x17\x0B\xEA\x07\x0E\x05\x3B\x00", 8), Value(*date));
     date->Release();
-
     UBimHeaderParameterPayloadLength* length = UBimHeaderParameterPayloadLength::Create(0x12345678u);
     EXPECT_EQ(std::string("\x78\x56\x34\x12", 4), Value(*length));
     length->Release();
-
     BIM_HEADER_TLV* tlv = new BIM_HEADER_TLV();
     tlv->wTag = eBimHeaderParameterTag_TargetSystem;
     tlv->wLength = 7;
@@ -123,76 +95,6 @@ TEST(UBimHeaderParameter, FixedSizeValuesAndTheirValidity)
     EXPECT_TRUE(date->IsValid());
     date->Release();
     delete tlv;
-}
-
-TEST(UBimHeaderParameter, DupeIsIndependent)
-{
-    UBimHeaderParameterShortDescription* original = UBimHeaderParameterShortDescription::Create(L"one");
-    UBimHeaderParameterShortDescription* copy = original->Dupe();
-    original->SetShortDescription(L"two");
-    EXPECT_STREQ(L"one", copy->GetShortDescription());
-    EXPECT_EQ("one", Value(*copy));
-    EXPECT_EQ(1u, copy->GetRefCount());
-    copy->Release();
-    original->Release();
-
-    const unsigned char bytes[3] = {9, 8, 7};
-    UBimHeaderParameterUnknown* unknown =
-        UBimHeaderParameterUnknown::Create(static_cast<UBimHeaderParameterTag>(0x42), bytes, 3);
-    UBimHeaderParameterBase* dupe = unknown->Dupe();
-    unknown->GetTLV().abyValue[0] = 0;
-    EXPECT_EQ(0x42, dupe->GetTag());
-    EXPECT_EQ(std::string("\x09\x08\x07", 3), Value(*dupe));
-    dupe->Release();
-    unknown->Release();
-}
-
-TEST(UBimHeader, ListKeepsOrderAndDuplicates)
-{
-    UBimHeader header;
-    UBimHeaderParameterBase* parameter = nullptr;
-    header.AddParameter(eBimHeaderParameterTag_ShortDescription, &parameter);
-    static_cast<UBimHeaderParameterShortDescription*>(parameter)->SetShortDescription(L"first");
-    header.AddParameter(eBimHeaderParameterTag_TargetSystem, &parameter);
-    header.AddParameter(eBimHeaderParameterTag_ShortDescription, &parameter);
-    static_cast<UBimHeaderParameterShortDescription*>(parameter)->SetShortDescription(L"second");
-    header.AddParameter(eBimHeaderParameterTag_LastParameter, &parameter);
-    // Every tag outside 1 to 5 is an unknown parameter, the terminator's included.
-    EXPECT_NE(nullptr, dynamic_cast<UBimHeaderParameterUnknown*>(parameter));
-    EXPECT_EQ(4, header.GetParameterCount());
-
-    EXPECT_EQ(nullptr, header.GetParameter(4));
-    EXPECT_EQ(nullptr, header.GetParameter(-1));
-    EXPECT_EQ(eBimHeaderParameterTag_TargetSystem, header.GetParameter(1)->GetTag());
-    const UBimHeader& constant = header;
-    EXPECT_STREQ(L"second", static_cast<const UBimHeaderParameterShortDescription*>(
-                                constant.GetParameter(eBimHeaderParameterTag_ShortDescription, 1))
-                                ->GetShortDescription());
-    EXPECT_EQ(nullptr, header.GetParameter(eBimHeaderParameterTag_ShortDescription, 2));
-
-    // A copy holds its own parameters.
-    UBimHeader copy(header);
-    copy.SetPayloadLength(7);
-    EXPECT_NE(header.GetParameter(0), copy.GetParameter(0));
-    EXPECT_EQ(4, copy.GetParameterCount());
-
-    EXPECT_EQ(0, header.RemoveParameter(eBimHeaderParameterTag_DateOfCreation, -1));
-    EXPECT_EQ(4, header.GetParameterCount());
-    EXPECT_EQ(1, header.RemoveParameter(eBimHeaderParameterTag_ShortDescription, 1));
-    EXPECT_EQ(3, header.GetParameterCount());
-    EXPECT_STREQ(L"first",
-                 static_cast<UBimHeaderParameterShortDescription*>(header.GetParameter(0))->GetShortDescription());
-    EXPECT_EQ(0, header.RemoveParameter(eBimHeaderParameterTag_ShortDescription, 1));
-    header.AddParameter(eBimHeaderParameterTag_ShortDescription, &parameter);
-    EXPECT_EQ(1, header.RemoveParameter(eBimHeaderParameterTag_ShortDescription, -1));
-    EXPECT_EQ(nullptr, header.GetParameter(eBimHeaderParameterTag_ShortDescription, 0));
-    EXPECT_EQ(2, header.GetParameterCount());
-
-    copy = header;
-    EXPECT_EQ(2, copy.GetParameterCount());
-    EXPECT_EQ(0u, copy.GetPayloadLength());
-    header.Clear();
-    EXPECT_EQ(0, header.GetParameterCount());
 }
 
 } // namespace

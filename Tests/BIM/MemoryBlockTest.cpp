@@ -46,7 +46,6 @@ TEST(UIntegrityCheckRegionBlock, ReadsTheBlockAtItsAddress)
     Set(image, 0x8000, "xxxx" + IntegrityBlock(0x05) + "yyyy");
     EXPECT_EQ(nullptr, UIntegrityCheckRegionBlock::FromMemoryImage(0x8000, image));
     EXPECT_EQ(nullptr, UIntegrityCheckRegionBlock::FromMemoryImage(0x9000, image));
-
     UIntegrityCheckRegionBlock* block = UIntegrityCheckRegionBlock::FromMemoryImage(0x8004, image);
     ASSERT_NE(nullptr, block);
     EXPECT_EQ(1ul, block->GetRefCount());
@@ -63,43 +62,6 @@ TEST(UIntegrityCheckRegionBlock, ReadsTheBlockAtItsAddress)
     block->Release();
 }
 
-TEST(UIntegrityCheckRegionBlock, WritesBackOnlyOverItsMagic)
-{
-    UMemoryImage image;
-    Set(image, 0x100, IntegrityBlock(0xFF));
-    UIntegrityCheckRegionBlock* block = UIntegrityCheckRegionBlock::FromMemoryImage(0x100, image);
-    ASSERT_NE(nullptr, block);
-    for (unsigned long i = 0; i < 8; ++i)
-        block->SetEntry(i, i == 7, 0xA0000000 + static_cast<unsigned int>(i),
-                        0xB0000000 + static_cast<unsigned int>(i));
-    const std::string hash(20, 'h');
-    block->SetHash(reinterpret_cast<const unsigned char*>(hash.data()));
-    EXPECT_EQ(1, block->UpdateMemoryImage(image));
-
-    const std::string expected = IntegrityBlock(0x80, 0xA0000000, 1, 0xB0000000, hash);
-    EXPECT_EQ(expected, Get(image, 0x100, 92));
-    EXPECT_EQ(nullptr, image.GetMemoryRegion(1));
-
-    // Without the magic nothing is written.
-    Set(image, 0x100, "QERX");
-    block->SetEntry(0, 1, 1, 1);
-    EXPECT_EQ(0, block->UpdateMemoryImage(image));
-    EXPECT_EQ("QERX" + expected.substr(4), Get(image, 0x100, 92));
-    block->Release();
-}
-
-TEST(UIntegrityCheckRegionBlock, FindsNoBlockWhereItWouldRunPastTheTopOfMemory)
-{
-    UMemoryImage image;
-    Set(image, 0xFFFFFFA0, IntegrityBlock(1));
-    UIntegrityCheckRegionBlock* block = UIntegrityCheckRegionBlock::FromMemoryImage(0xFFFFFFA0, image);
-    ASSERT_NE(nullptr, block) << "a block ending at the top of memory is fine";
-    block->Release();
-    Set(image, 0xFFFFFFF0, std::string("QERB\xFA\x9E\xD0\x3F", 8));
-    EXPECT_EQ(nullptr, UIntegrityCheckRegionBlock::FromMemoryImage(0xFFFFFFF0, image));
-    EXPECT_EQ(nullptr, USoftwareInformationBlock::FromMemoryImage(0xFFFFFFF4, image));
-}
-
 TEST(USoftwareInformationBlock, ReadsProductVersionAndRevisions)
 {
     UMemoryImage image;
@@ -110,7 +72,6 @@ TEST(USoftwareInformationBlock, ReadsProductVersionAndRevisions)
     PutWord(bytes, 0x0000BEEF);
     Set(image, 0x400, bytes);
     EXPECT_EQ(nullptr, USoftwareInformationBlock::FromMemoryImage(0x404, image));
-
     USoftwareInformationBlock* block = USoftwareInformationBlock::FromMemoryImage(0x400, image);
     ASSERT_NE(nullptr, block);
     EXPECT_EQ(1ul, block->GetRefCount());
@@ -121,7 +82,6 @@ TEST(USoftwareInformationBlock, ReadsProductVersionAndRevisions)
     EXPECT_EQ(1, block->GetVersion().GetBugfix());
     EXPECT_EQ(0x030201ul, block->GetVersion().GetPacked()) << "the top byte is not part of the version";
     EXPECT_EQ(0xBEEFu, static_cast<unsigned int>(block->GetHardwareRevisions()));
-
     // The setters change the object only.
     block->SetProduct(static_cast<UProduct>(7));
     block->SetVersion(UVersion(9, 8, 7));

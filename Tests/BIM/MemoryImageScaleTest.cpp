@@ -46,7 +46,6 @@ public:
         }
         regions.push_back(UMemoryRegion(uiAddress, uiLength));
     }
-
     UMemoryRegion* Containing(unsigned int uiAddress, unsigned int uiLength)
     {
         for (UMemoryRegion& region : regions)
@@ -56,20 +55,17 @@ public:
         }
         return nullptr;
     }
-
     unsigned char* GetBuffer(unsigned int uiAddress, unsigned int uiLength)
     {
         UMemoryRegion* region = Containing(uiAddress, uiLength);
         return region != nullptr ? region->GetData() + (uiAddress - region->GetAddress()) : nullptr;
     }
-
     void SetData(unsigned int uiAddress, const unsigned char* pbyData, unsigned int uiLength)
     {
         Reserve(uiAddress, uiLength);
         if (unsigned char* buffer = GetBuffer(uiAddress, uiLength))
             std::memcpy(buffer, pbyData, uiLength);
     }
-
     // Byte by byte: the first region holding the address, else the fill byte.
     std::string Read(unsigned int uiAddress, unsigned int uiLength)
     {
@@ -82,7 +78,6 @@ public:
         }
         return bytes;
     }
-
     std::vector<UMemoryRegion> regions;
 };
 
@@ -215,100 +210,6 @@ TEST(MemoryImageScale, MatchesThePlainAlgorithmOnRandomSteps)
                       image.GetStartAddress());
         }
     }
-}
-
-TEST(MemoryImageScale, UntouchedRegionsInAnyOrder)
-{
-    // 100,000 separate regions in ascending, descending and shuffled order; the list keeps the
-    // order they came in, and every lookup finds its own region.
-    const unsigned int count = 100000;
-    std::vector<unsigned int> shuffled(count);
-    for (unsigned int i = 0; i < count; ++i)
-        shuffled[i] = i;
-    Random next(4242);
-    for (unsigned int i = count - 1; i > 0; --i)
-        std::swap(shuffled[i], shuffled[next(i + 1)]);
-
-    for (int order = 0; order < 3; ++order)
-    {
-        UMemoryImage image;
-        auto slot = [&](unsigned int i) { return order == 0 ? i : order == 1 ? count - 1 - i : shuffled[i]; };
-        for (unsigned int i = 0; i < count; ++i)
-            image.Reserve(0x10000 + slot(i) * 0x10, 8);
-        const UMemoryImage& view = image;
-        unsigned long seen = 0;
-        for (unsigned long i = 0; const UMemoryRegion* region = view.GetMemoryRegion(i); ++i, ++seen)
-        {
-            ASSERT_EQ(0x10000 + slot(i) * 0x10, region->GetAddress()) << order << "/" << i;
-            ASSERT_EQ(8u, region->GetLength());
-        }
-        EXPECT_EQ(count, seen);
-        EXPECT_EQ(0x10000 + slot(0) * 0x10, image.GetStartAddress());
-
-        for (unsigned int i = 0; i < count; ++i)
-            ASSERT_NE(nullptr, image.GetBuffer(0x10000 + i * 0x10, 8));
-        EXPECT_EQ(nullptr, image.GetBuffer(0x10000 + 4, 8)) << "runs into the gap";
-        EXPECT_EQ(std::string("\xFF\xFF\xFF\xFF", 4), Get(image, 0x10008, 4));
-
-        // Joining two neighbours through the gap between them still sorts the list as before.
-        image.Reserve(0x10008, 8);
-        EXPECT_EQ(count - 1, [&] {
-            unsigned long n = 0;
-            while (view.GetMemoryRegion(n) != nullptr)
-                ++n;
-            return n;
-        }());
-        EXPECT_EQ(0x10000u, image.GetStartAddress());
-        EXPECT_EQ(0x18u, view.GetMemoryRegion(0)->GetLength());
-        EXPECT_EQ(0x10020u, view.GetMemoryRegion(1)->GetAddress());
-    }
-}
-
-TEST(MemoryImageScale, RegionMovedLaterThroughAHeldPointer)
-{
-    // A region handed out mutable may be moved long after, between other calls; the image must
-    // still find it where it now is.
-    UMemoryImage image;
-    image.Reserve(0x1000, 0x10);
-    UMemoryRegion* held = image.GetMemoryRegion(0);
-    image.Reserve(0x3000, 0x10);
-    image.Reserve(0x5000, 0x10);
-    EXPECT_EQ(nullptr, image.GetBuffer(0x7000, 4));
-    held->SetAddress(0x7000);
-    ASSERT_NE(nullptr, image.GetBuffer(0x7000, 4));
-    image.Reserve(0x7010, 0x10);
-    EXPECT_EQ("3000-3010 5000-5010 7000-7020", Layout(image));
-    held = image.GetMemoryRegion(2);
-    held->SetLength(0x1000);
-    image.Reserve(0x8000, 4);
-    EXPECT_EQ("3000-3010 5000-5010 7000-8004", Layout(image));
-}
-
-TEST(MemoryImageScale, FirmwareWithManyRegionsRoundTrips)
-{
-    std::vector<Region> regions;
-    Random next(99);
-    for (unsigned int i = 0; i < 50000; ++i)
-    {
-        // Ascending, then a descending run, so appending both below and above is exercised.
-        const unsigned int place = i < 40000 ? i : 90000 - i;
-        regions.push_back(Region{0x20000000 + place * 0x20, Counting(1 + next(12), static_cast<unsigned char>(i))});
-    }
-    const Bytes original = BimFile(Bytes(), PlainContainer(1, FirmwareInner(regions)));
-
-    UBimFile file;
-    ASSERT_EQ(L"", LoadBytes(file, original));
-    const UMemoryImage& image =
-        dynamic_cast<const UBimPayloadContainerFirmware*>(file.GetPayload().GetContainer(0))->GetMemoryImage();
-    for (unsigned long i = 0; i < regions.size(); ++i)
-    {
-        const UMemoryRegion* region = image.GetMemoryRegion(i);
-        ASSERT_NE(nullptr, region);
-        ASSERT_EQ(regions[i].address, region->GetAddress());
-        ASSERT_EQ(regions[i].data.size(), region->GetLength());
-    }
-    EXPECT_EQ(nullptr, image.GetMemoryRegion(static_cast<unsigned long>(regions.size())));
-    EXPECT_EQ(original, SaveBytes(file));
 }
 
 } // namespace

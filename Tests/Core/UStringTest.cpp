@@ -31,54 +31,6 @@ template <typename F> std::wstring ArgumentError(F f)
     return L"(no exception)";
 }
 
-TEST(UString, EmptyStringsShareOneBuffer)
-{
-    UString a, b(L""), c(L"abc", 0), d(a), e(L"xy"), f(L"xy");
-    e.Assign(static_cast<const wchar_t*>(nullptr));
-    f.Clear();
-    for (const UString* s : {&a, &b, &c, &d, &e, &f})
-    {
-        EXPECT_EQ(UString::Empty.GetBuffer(), s->GetBuffer());
-        EXPECT_STREQ(L"", *s);
-        EXPECT_EQ(1u, s->GetCapacity());
-        EXPECT_EQ(1, s->IsEmpty());
-    }
-}
-
-TEST(UString, BuffersAreExactSize)
-{
-    const wchar_t unterminated[3] = {L'a', L'b', L'c'};
-    UString bounded(unterminated, 2);
-    EXPECT_EQ(L"ab", Text(bounded));
-    EXPECT_EQ(3u, bounded.GetCapacity());
-    EXPECT_EQ(2u, UString(L"ab\0cd", 5).GetLength());
-
-    UString copy(bounded);
-    EXPECT_NE(bounded.GetBuffer(), copy.GetBuffer());
-    EXPECT_EQ(3u, copy.GetCapacity());
-
-    // Same length: the buffer is reused; otherwise replaced by an exact one.
-    const wchar_t* before = copy.GetBuffer();
-    copy = L"xy";
-    EXPECT_EQ(before, copy.GetBuffer());
-    copy.Assign(L"longer", 4);
-    EXPECT_EQ(L"long", Text(copy));
-    EXPECT_EQ(5u, copy.GetCapacity());
-    // The source may lie inside the string itself.
-    copy.Assign(copy.GetBuffer() + 1);
-    EXPECT_EQ(L"ong", Text(copy));
-    EXPECT_EQ(4u, copy.GetCapacity());
-
-    copy.Append(L"cd");
-    copy.Append(L"efgh", 2);
-    EXPECT_EQ(L"ongcdef", Text(copy));
-    EXPECT_EQ(8u, copy.GetCapacity());
-    before = copy.GetBuffer();
-    copy.Append(L"");
-    copy.Append(L"xyz", 0);
-    EXPECT_EQ(before, copy.GetBuffer());
-}
-
 TEST(UString, AppendCodePointWritesSurrogatesWithoutChecks)
 {
     UString s;
@@ -89,12 +41,10 @@ TEST(UString, AppendCodePointWritesSurrogatesWithoutChecks)
     s.Append(0xFFFFUL);
     EXPECT_EQ(3u, s.GetLength());
     EXPECT_EQ(0xFFFF, s.GetAt(2));
-
     UString beyond;
     beyond.Append(0x110000UL);
     EXPECT_EQ(static_cast<wchar_t>(0xD7C0 + (0x110000 >> 10)), beyond.GetAt(0));
     EXPECT_EQ(0xDC00, beyond.GetAt(1));
-
     // A 0 code unit is counted although the visible text does not change.
     UString z(L"a");
     z.Append(L'\0');
@@ -128,7 +78,6 @@ TEST(UString, Compare)
     EXPECT_FALSE(UString(L"b") < UString(L"a"));
     EXPECT_TRUE(UString(L"b") > UString(L"a"));
     EXPECT_TRUE(UString(L"a") == UStringBuilder(L"a"));
-
     UString s(L"prefix.suffix");
     EXPECT_EQ(1, s.BeginsWith(L"pre"));
     EXPECT_EQ(1, s.BeginsWith(L""));
@@ -166,35 +115,18 @@ TEST(UString, TrimRemovesOnlyTheFourWhiteSpaceUnits)
     s.Trim();
     EXPECT_EQ(L"x", Text(s));
     EXPECT_EQ(2u, s.GetCapacity());
-
     UString mixed(L"\r\n a b \t\r\n");
     mixed.Trim();
     EXPECT_EQ(L"a b", Text(mixed));
-
     const wchar_t* before = s.GetBuffer();
     s.Trim();
     EXPECT_EQ(before, s.GetBuffer());
-
     UString nbsp(L"\xA0y\xA0");
     nbsp.Trim();
     EXPECT_EQ(3u, nbsp.GetLength());
-
     UString blank(L" \t ");
     blank.Trim();
     EXPECT_EQ(UString::Empty.GetBuffer(), blank.GetBuffer());
-}
-
-TEST(UString, ConcatenationGivesOneExactBuffer)
-{
-    UString joined = UString(L"ab") + UString(L"cde");
-    EXPECT_EQ(L"abcde", Text(joined));
-    EXPECT_EQ(6u, joined.GetCapacity());
-
-    UString fromBuilder = UStringBuilder(L"left") + L"!";
-    EXPECT_EQ(L"left!", Text(fromBuilder));
-    EXPECT_EQ(6u, fromBuilder.GetCapacity());
-
-    EXPECT_EQ(UString::Empty.GetBuffer(), (UString() + L"").GetBuffer());
 }
 
 } // namespace

@@ -8,9 +8,11 @@
 #include <Oskal/Lib/Cryptography/USHA256.h>
 #include <Oskal/Lib/Cryptography/USHA512.h>
 #include <Oskal/Lib/IO/UStream.h>
+#include <Oskal/Lib/Internal/ReleasePtr.h>
 #include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UException.h>
 
+#include "Support/MemoryStream.h"
 #include "Support/TestFiles.h"
 
 #include <gtest/gtest.h>
@@ -83,11 +85,7 @@ template <typename E, typename F> std::wstring Thrown(F f)
     return L"(no exception)";
 }
 
-struct Releaser
-{
-    template <typename T> void operator()(T* p) const { p->Release(); }
-};
-typedef std::unique_ptr<Oskal::Lib::Cryptography::ICryptoTransform, Releaser> TransformPtr;
+typedef Oskal::Lib::Internal::ReleasePtr<Oskal::Lib::Cryptography::ICryptoTransform> TransformPtr;
 
 // The text of a vector file below the test data folder ("nist/sha/SHA1ShortMsg.rsp"); empty when
 // the file is missing or empty, which the callers treat as a failure.
@@ -110,7 +108,7 @@ inline std::string ReadTestFile(const std::wstring& relative)
 }
 
 // Digest sizes 20, 32 and 64 select SHA-1, SHA-256 and SHA-512.
-typedef std::unique_ptr<Oskal::Lib::Cryptography::UHashAlgorithm, Releaser> HashPtr;
+typedef Oskal::Lib::Internal::ReleasePtr<Oskal::Lib::Cryptography::UHashAlgorithm> HashPtr;
 
 inline HashPtr MakeHash(unsigned long ulDigestSize)
 {
@@ -181,12 +179,21 @@ inline std::vector<RspLine> ParseRsp(const std::string& text)
     return lines;
 }
 
-// Runs a test once on the hardware paths (where the processor has them) and once on the
-// portable code.
+// Runs a test once on the hardware paths and once on the portable code. The hardware half
+// reports itself skipped on a processor without the instructions, rather than running the
+// portable code a second time.
 class BothPaths : public ::testing::TestWithParam<int>
 {
 protected:
-    void SetUp() override { Oskal::Lib::Cryptography::SetHardwareAcceleration(GetParam()); }
+    // 1 when the processor offers the hardware path the suite tests (hardware paths enabled).
+    virtual int HardwareAvailable() const = 0;
+    void SetUp() override
+    {
+        Oskal::Lib::Cryptography::SetHardwareAcceleration(1);
+        if (GetParam() && !HardwareAvailable())
+            GTEST_SKIP() << "the processor lacks the instructions of the hardware path";
+        Oskal::Lib::Cryptography::SetHardwareAcceleration(GetParam());
+    }
     void TearDown() override { Oskal::Lib::Cryptography::SetHardwareAcceleration(1); }
 };
 
@@ -195,50 +202,6 @@ inline std::string PathName(const ::testing::TestParamInfo<int>& info)
     return info.param ? "Hardware" : "Portable";
 }
 
-// A growable in-memory stream that records how it is used.
-class MemoryStream : public Oskal::Lib::IO::UStream
-{
-public:
-    MemoryStream() : m_position(0), m_maxRead(0), m_flushes(0) {}
-    explicit MemoryStream(const Bytes& data) : m_data(data), m_position(0), m_maxRead(0), m_flushes(0) {}
-
-    int CanRead() const override { return 1; }
-    int CanWrite() const override { return 1; }
-    int CanSeek() const override { return 0; }
-    void Close() override {}
-    void Flush() override { ++m_flushes; }
-    __int64 GetLength() const override { return static_cast<__int64>(m_data.size()); }
-    __int64 GetPosition() const override { return static_cast<__int64>(m_position); }
-    int IsDataAvailable() const override { return m_position < m_data.size() ? 1 : 0; }
-    long Read(void* pvBuffer, long lCount) override
-    {
-        m_readRequests.push_back(lCount);
-        size_t n = m_data.size() - m_position;
-        if (static_cast<size_t>(lCount) < n)
-            n = static_cast<size_t>(lCount);
-        if (m_maxRead != 0 && n > m_maxRead)
-            n = m_maxRead;
-        std::copy(m_data.begin() + m_position, m_data.begin() + m_position + n, static_cast<unsigned char*>(pvBuffer));
-        m_position += n;
-        return static_cast<long>(n);
-    }
-    __int64 Seek(__int64, Oskal::Lib::IO::USeekOrigin) override { return 0; }
-    void SetLength(__int64) override {}
-    void SetPosition(__int64) override {}
-    void Write(const void* pvBuffer, long lCount) override
-    {
-        m_writes.push_back(lCount);
-        const unsigned char* p = static_cast<const unsigned char*>(pvBuffer);
-        m_data.insert(m_data.end(), p, p + lCount);
-    }
-
-    Bytes m_data;
-    size_t m_position;
-    // Caps every read (0: no cap), to imitate streams that deliver less than asked.
-    size_t m_maxRead;
-    int m_flushes;
-    std::vector<long> m_writes;
-    std::vector<long> m_readRequests;
-};
+using OskalTests::MemoryStream;
 
 } // namespace CryptoTests

@@ -82,46 +82,6 @@ void ExpectPlainClass()
 
 } // namespace
 
-TEST(Exceptions, ThrownByLibraryOperationsAreCaughtByTypeAndBase)
-{
-    UString text(L"abc");
-    EXPECT_EQ(0, text.GetAt(3));
-    ExpectCaughtAs<UArgumentException, UException>([&] { text.GetAt(4); }, L"Index is out of range.");
-    try
-    {
-        text.GetAt(4);
-    }
-    catch (const UArgumentException& e)
-    {
-        EXPECT_STREQ(L"ulIndex", e.GetName());
-    }
-
-    HANDLE hShutdown = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    Collections::UChunkQueue queue(16, hShutdown);
-    unsigned char buffer[16] = {};
-    ExpectCaughtAs<UTimeoutException, UException>([&] { queue.Dequeue(buffer, 16, 0, 0); }, L"");
-
-    queue.Enqueue(buffer, 8, 0, 0);
-    ExpectCaughtAs<UArgumentException, UException>([&] { queue.Dequeue(buffer, 4, 0, 0); },
-                                                   L"Buffer is too small to hold the chunk.");
-
-    SetEvent(hShutdown);
-    ExpectCaughtAs<UShuttingDownException, UException>([&] { queue.Dequeue(buffer, 16, 0, 0); }, L"");
-    CloseHandle(hShutdown);
-
-    // A wait on a null handle fails, which the queue reports with the system's error code.
-    Collections::UChunkQueue broken(16, nullptr);
-    try
-    {
-        broken.Dequeue(buffer, 16, 0, 0);
-        ADD_FAILURE() << "nothing thrown";
-    }
-    catch (const UWin32Exception& e)
-    {
-        EXPECT_EQ(static_cast<unsigned long>(ERROR_INVALID_HANDLE), e.GetErrorCode());
-    }
-}
-
 TEST(Exceptions, PlainClassesKeepTheirMessage)
 {
     ExpectPlainClass<UDeviceNotRespondingException>();
@@ -142,106 +102,101 @@ TEST(Exceptions, PlainClassesKeepTheirMessage)
     ExpectPlainClass<Logging::ULoggingException>();
     ExpectPlainClass<Messaging::UMessagingException>();
     ExpectPlainClass<Xml::UXmlException>();
-
     using Messaging::UMessagingException;
     using Messaging::Serialization::USerializationException;
     ExpectCaughtAs<USerializationException, UMessagingException, UException>(
         [] { Raise(USerializationException(L"Bad tag.")); }, L"Bad tag.");
-
     BIM::UBimException original(L"Checksum mismatch.");
     BIM::UBimException copy(original);
     EXPECT_STREQ(L"Checksum mismatch.", copy.GetMessageText());
 }
 
+namespace {
+
+std::wstring Seen(const UException& e)
+{
+    return e.GetMessageText();
+}
+
+std::wstring Seen(const UArgumentException& e)
+{
+    return std::wstring(e.GetName()) + L"|" + e.GetMessageText();
+}
+
+template <typename E> std::wstring SeenWithCode(const E& e)
+{
+    return std::wstring(e.GetMessageText()) + L"|" + std::to_wstring(e.GetErrorCode());
+}
+
+std::wstring Seen(const UWin32Exception& e)
+{
+    return SeenWithCode(e);
+}
+
+std::wstring Seen(const IO::UFileIoException& e)
+{
+    return SeenWithCode(e);
+}
+
+std::wstring Seen(const FileBasedWriteFilter::UFbwfWrapperException& e)
+{
+    return SeenWithCode(e);
+}
+
+// What a handler of type H sees of the exception the action throws: the message, and the
+// argument name or the error code where the class has one.
+template <typename H> std::wstring Seen(const std::function<void()>& action)
+{
+    try
+    {
+        action();
+    }
+    catch (const H& e)
+    {
+        return Seen(e);
+    }
+    catch (...)
+    {
+        return L"(not caught)";
+    }
+    return L"(nothing thrown)";
+}
+
+} // namespace
+
 TEST(Exceptions, ArgumentNameAndMessageForms)
 {
+    using Text::UDecoderFallbackException;
+    using Text::UEncoderFallbackException;
     // The one-text form is the name, not the message.
-    try
-    {
-        Raise(UArgumentException(L"pszName"));
-    }
-    catch (const UException& e)
-    {
-        EXPECT_STREQ(L"", e.GetMessageText());
-        EXPECT_STREQ(L"pszName", dynamic_cast<const UArgumentException&>(e).GetName());
-    }
-    try
-    {
-        Raise(UArgumentException(L"lCount", L"Argument 'lCount' must be >= 0."));
-    }
-    catch (const UArgumentException& e)
-    {
-        EXPECT_STREQ(L"lCount", e.GetName());
-        EXPECT_STREQ(L"Argument 'lCount' must be >= 0.", e.GetMessageText());
-    }
-
+    EXPECT_EQ(L"pszName|", Seen<UArgumentException>([] { Raise(UArgumentException(L"pszName")); }));
+    EXPECT_EQ(L"", Seen<UException>([] { Raise(UArgumentException(L"pszName")); }));
+    EXPECT_EQ(L"lCount|Argument 'lCount' must be >= 0.",
+              Seen<UArgumentException>([] { Raise(UArgumentException(L"lCount", L"Argument 'lCount' must be >= 0.")); }));
     // The fallback exceptions carry their text as the message and no name.
-    ExpectCaughtAs<Text::UEncoderFallbackException, UArgumentException, UException>(
-        [] { Raise(Text::UEncoderFallbackException(L"Encoder Exception Fallback")); }, L"Encoder Exception Fallback");
-    ExpectCaughtAs<Text::UDecoderFallbackException, UArgumentException, UException>(
-        [] { Raise(Text::UDecoderFallbackException(L"Decoder Exception Fallback")); }, L"Decoder Exception Fallback");
-    try
-    {
-        Raise(Text::UEncoderFallbackException(L"m"));
-    }
-    catch (const UArgumentException& e)
-    {
-        EXPECT_STREQ(L"", e.GetName());
-        EXPECT_STREQ(L"m", e.GetMessageText());
-    }
-    try
-    {
-        Raise(Text::UDecoderFallbackException(L"m"));
-    }
-    catch (const UArgumentException& e)
-    {
-        EXPECT_STREQ(L"", e.GetName());
-    }
+    EXPECT_EQ(L"|m", Seen<UArgumentException>([] { Raise(UEncoderFallbackException(L"m")); }));
+    EXPECT_EQ(L"|m", Seen<UArgumentException>([] { Raise(UDecoderFallbackException(L"m")); }));
+    ExpectCaughtAs<UEncoderFallbackException, UException>([] { Raise(UEncoderFallbackException(L"e")); }, L"e");
+    ExpectCaughtAs<UDecoderFallbackException, UException>([] { Raise(UDecoderFallbackException(L"d")); }, L"d");
 }
 
 TEST(Exceptions, ErrorCodesSurviveTheThrow)
 {
-    try
-    {
-        Raise(UWin32Exception(L"Mapping failed.", 5));
-    }
-    catch (const UException& e)
-    {
-        EXPECT_STREQ(L"Mapping failed.", e.GetMessageText());
-        EXPECT_EQ(5u, dynamic_cast<const UWin32Exception&>(e).GetErrorCode());
-    }
-    EXPECT_EQ(0u, UWin32Exception().GetErrorCode());
-
-    // With a code, only the code is kept: the file stream's exceptions have no message text.
+    using FileBasedWriteFilter::UFbwfWrapperException;
     using IO::UFileIoException;
-    ExpectCaughtAs<UFileIoException, IO::UIoException, UException>(
-        [] { Raise(UFileIoException(L"Opening file failed.", 2)); }, L"");
-    try
-    {
-        Raise(UFileIoException(L"Opening file failed.", 2));
-    }
-    catch (const IO::UIoException& e)
-    {
-        EXPECT_EQ(2, dynamic_cast<const UFileIoException&>(e).GetErrorCode());
-    }
-    ExpectCaughtAs<UFileIoException, IO::UIoException>([] { Raise(UFileIoException(L"Disk gone.")); }, L"Disk gone.");
-    EXPECT_EQ(0, UFileIoException(L"Disk gone.").GetErrorCode());
+    EXPECT_EQ(L"Mapping failed.|5", Seen<UWin32Exception>([] { Raise(UWin32Exception(L"Mapping failed.", 5)); }));
+    EXPECT_EQ(L"Mapping failed.", Seen<UException>([] { Raise(UWin32Exception(L"Mapping failed.", 5)); }));
+    EXPECT_EQ(0u, UWin32Exception().GetErrorCode());
+    // With a code, only the code is kept: the file stream's exceptions have no message text.
+    EXPECT_EQ(L"|2", Seen<UFileIoException>([] { Raise(UFileIoException(L"Opening file failed.", 2)); }));
+    ExpectCaughtAs<IO::UIoException, UException>([] { Raise(UFileIoException(L"Opening file failed.", 2)); }, L"");
+    EXPECT_EQ(L"Disk gone.|0", Seen<UFileIoException>([] { Raise(UFileIoException(L"Disk gone.")); }));
     EXPECT_EQ(0, UFileIoException().GetErrorCode());
     EXPECT_EQ(-3, UFileIoException(UFileIoException(L"", -3)).GetErrorCode());
-
-    using FileBasedWriteFilter::UFbwfWrapperException;
-    try
-    {
-        Raise(UFbwfWrapperException(L"Enabling the filter failed.", 0x57));
-    }
-    catch (const UException& e)
-    {
-        EXPECT_STREQ(L"Enabling the filter failed.", e.GetMessageText());
-        EXPECT_EQ(0x57u, dynamic_cast<const UFbwfWrapperException&>(e).GetErrorCode());
-    }
-    ExpectCaughtAs<UFbwfWrapperException, UException>([] { Raise(UFbwfWrapperException(L"No library.")); },
-                                                      L"No library.");
-    EXPECT_EQ(0u, UFbwfWrapperException(L"No library.").GetErrorCode());
+    EXPECT_EQ(L"Enabling the filter failed.|87",
+              Seen<UFbwfWrapperException>([] { Raise(UFbwfWrapperException(L"Enabling the filter failed.", 87)); }));
+    EXPECT_EQ(L"No library.", Seen<UException>([] { Raise(UFbwfWrapperException(L"No library.", 87)); }));
+    EXPECT_EQ(L"No library.|0", Seen<UFbwfWrapperException>([] { Raise(UFbwfWrapperException(L"No library.")); }));
     EXPECT_EQ(0u, UFbwfWrapperException().GetErrorCode());
 }
 
@@ -252,7 +207,6 @@ TEST(Exceptions, HResultToStringGivesSystemTextWithoutLineBreak)
     ASSERT_NE(nullptr, pszText);
     EXPECT_STREQ(L"Unknown error.", pszText);
     EXPECT_EQ(nullptr, LocalFree(pszText));
-
     pszText = nullptr;
     UException::HResultToString(ERROR_FILE_NOT_FOUND, &pszText);
     ASSERT_NE(nullptr, pszText);

@@ -44,50 +44,6 @@ int SlotOf(M member)
 
 } // namespace
 
-TEST(UStream, NullIsOneSharedSwallowingStream)
-{
-    UStream& null = UStream::Null();
-    EXPECT_EQ(&null, &UStream::Null());
-    EXPECT_NE(nullptr, dynamic_cast<UNullStream*>(&null));
-
-    EXPECT_EQ(1, null.CanRead());
-    EXPECT_EQ(1, null.CanWrite());
-    EXPECT_EQ(0, null.CanSeek());
-    EXPECT_EQ(0, null.CanTimeout());
-    EXPECT_EQ(0, null.IsDataAvailable());
-
-    const char data[] = "anything";
-    null.Write(data, sizeof data);
-    null.WriteByte(7);
-    null.Flush();
-    null.Close();
-    char buffer[16] = {};
-    EXPECT_EQ(0, null.Read(buffer, sizeof buffer));
-    EXPECT_EQ(-1, null.ReadByte());
-    EXPECT_EQ(1, null.CanRead()) << "Close does nothing";
-}
-
-TEST(UStream, NullHasNoPositionLengthTimeoutsOrViews)
-{
-    UNullStream original;
-    UNullStream copy(original);
-    for (UStream* stream : {&UStream::Null(), static_cast<UStream*>(&copy)})
-    {
-        UStream& s = *stream;
-        using Invalid = Exceptions::UInvalidOperationException;
-        ExpectWithoutMessage<Invalid>([&] { s.GetLength(); });
-        ExpectWithoutMessage<Invalid>([&] { s.GetPosition(); });
-        ExpectWithoutMessage<Invalid>([&] { s.Seek(0, eSeekOrigin_Begin); });
-        ExpectWithoutMessage<Invalid>([&] { s.SetLength(0); });
-        ExpectWithoutMessage<Invalid>([&] { s.SetPosition(0); });
-        ExpectWithoutMessage<Invalid>([&] { s.GetWriteTimeout(); });
-        ExpectWithoutMessage<Invalid>([&] { s.SetReadTimeout(1); });
-        ExpectWithoutMessage<Exceptions::UNotSupportedException>([&] { s.SetView(0, 0); });
-        EXPECT_THROW(s.ResetView(), Exceptions::UNotSupportedException);
-        EXPECT_THROW(s.GetLength(), Exceptions::UException);
-    }
-}
-
 // Streams built against the published layout call through these slots.
 TEST(UStream, VirtualFunctionsKeepTheirSlots)
 {

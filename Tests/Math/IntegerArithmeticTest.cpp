@@ -149,7 +149,6 @@ TEST(IntegerArithmetic, SignedSixtyFourAgainstWideReference)
                 EXPECT_EQ(static_cast<__int64>(static_cast<unsigned __int64>(a) * static_cast<unsigned __int64>(b)),
                           result);
             }
-
             // Sums and differences: compare the wrapped result with the sign rule of exact arithmetic.
             unsigned __int64 wrappedSum = static_cast<unsigned __int64>(a) + static_cast<unsigned __int64>(b);
             bool sumOverflows = (a < 0) == (b < 0) && (static_cast<__int64>(wrappedSum) < 0) != (a < 0);
@@ -173,7 +172,6 @@ TEST(IntegerArithmetic, UnsignedAgainstWideReference)
             EXPECT_EQ(sum > 0xFFFFFFFFULL, Throws<UIntegerU32>([&] { UIntegerU32(a) + UIntegerU32(b); }));
             EXPECT_EQ(a < b, Throws<UIntegerU32>([&] { UIntegerU32(a) - UIntegerU32(b); }));
             EXPECT_EQ(product > 0xFFFFFFFFULL, Throws<UIntegerU32>([&] { UIntegerU32(a) * UIntegerU32(b); }));
-
             unsigned __int64 ua = static_cast<unsigned __int64>(a64), ub = static_cast<unsigned __int64>(b64);
             Wide wide = MulMagnitude(ua, ub);
             unsigned __int64 result = 0;
@@ -187,18 +185,3 @@ TEST(IntegerArithmetic, UnsignedAgainstWideReference)
         }
 }
 
-TEST(IntegerArithmetic, DivisionRemainderAndValueSemantics)
-{
-    EXPECT_EQ(-3L, static_cast<long>(UIntegerI32(-7) / UIntegerI32(2)));
-    EXPECT_EQ(-1L, static_cast<long>(UIntegerI32(-7) % UIntegerI32(2)));
-    EXPECT_EQ(3ULL, static_cast<unsigned __int64>(UIntegerU64(10) % UIntegerU64(7)));
-    UIntegerI64 a(5);
-    UIntegerI64 b = a + UIntegerI64(1);
-    EXPECT_EQ(5LL, static_cast<__int64>(a));
-    a = b;
-    a = 9LL;
-    EXPECT_EQ(9LL, static_cast<__int64>(a));
-    EXPECT_EQ(6LL, static_cast<__int64>(b));
-    EXPECT_EQ(0UL, static_cast<unsigned long>(UIntegerU32()));
-    static_assert(sizeof(UIntegerI64) == 8 && sizeof(UIntegerU32) == 4, "one field, no virtual table");
-}

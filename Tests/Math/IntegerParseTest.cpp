@@ -3,6 +3,7 @@
 #include <Oskal/Lib/Math/UIntegerI64.h>
 #include <Oskal/Lib/Math/UIntegerU32.h>
 #include <Oskal/Lib/Math/UIntegerU64.h>
+#include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UFormatException.h>
 #include <Oskal/Lib/UOverflowException.h>
 
@@ -77,30 +78,6 @@ TEST(IntegerParse, SignedThirtyTwoBit)
     i32(O(), {L"2147483648", L"-2147483649", L"4294967296", L"99999999999999999999", L"-0", L"-", L"0x100000000"});
     i32(F(kHexFormat), {L"-0x1"});
     i32(F(kFormat), {L"0x1g", L"0x 1", L" 1", L"1 ", L"+-1", L"-+1", L"++1", L"1.5"});
+    EXPECT_THROW(UIntegerI32::Parse(nullptr), Oskal::Lib::Exceptions::UArgumentException);
 }
 
-TEST(IntegerParse, SignedSixtyFourBit)
-{
-    const auto i64 = &Expect<UIntegerI64, __int64>;
-    i64(V(0x7FFFFFFFFFFFFFFFULL), {L"9223372036854775807"});
-    i64(V(0x8000000000000000ULL), {L"-9223372036854775808"});
-    i64(V(0), {L""});
-    i64(V(~0ULL), {L"0xFFFFFFFFFFFFFFFF"});
-    i64(O(), {L"9223372036854775808", L"-9223372036854775809", L"-0", L"-000"});
-    i64(F(kHexFormat), {L"-0X0"});
-}
-
-TEST(IntegerParse, Unsigned)
-{
-    const auto u32 = &Expect<UIntegerU32, unsigned long>;
-    u32(V(4294967295UL), {L"4294967295", L"0x0000000FFFFFFFF"});
-    u32(V(0), {L"+"});
-    u32(O(), {L"4294967296", L"4294967300", L"0x100000000"});
-    u32(F(kFormat), {L"-1", L"x1"});
-    const auto u64 = &Expect<UIntegerU64, unsigned __int64>;
-    u64(V(~0ULL), {L"18446744073709551615"});
-    u64(V(0), {L"+0"});
-    u64(V(0x123456789ABCDEF0ULL), {L"0x123456789abcdef0"});
-    u64(O(), {L"18446744073709551616", L"18446744073709551620", L"0x10000000000000000"});
-    u64(F(kFormat), {L"-0x1", L"\t1"});
-}

@@ -12,7 +12,6 @@ public:
     ~TempFile();
     TempFile(const TempFile&) = delete;
     TempFile& operator=(const TempFile&) = delete;
-
     const wchar_t* Path() const { return m_path.c_str(); }
 
 private:

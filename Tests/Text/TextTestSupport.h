@@ -2,6 +2,7 @@
 // the byte-by-byte decoding loop that the fast paths must reproduce.
 #pragma once
 
+#include <Oskal/Lib/Internal/ReleasePtr.h>
 #include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UReferenceManagement.h>
 
@@ -14,20 +15,7 @@
 namespace TextTests
 {
 
-// Releases the object it holds.
-template <typename T> class Ref
-{
-public:
-    explicit Ref(T* p) : m_p(p) {}
-    ~Ref() { m_p->Release(); }
-    Ref(const Ref&) = delete;
-    Ref& operator=(const Ref&) = delete;
-    T* operator->() const { return m_p; }
-    T* Get() const { return m_p; }
-
-private:
-    T* m_p;
-};
+template <typename T> using Ref = Oskal::Lib::Internal::ReleasePtr<T>;
 
 typedef std::vector<unsigned char> Bytes;
 

@@ -18,8 +18,9 @@
 #include <Oskal/Lib/Cryptography/USymmetricAlgorithm.h>
 #include <Oskal/Lib/IO/UFileIoException.h>
 #include <Oskal/Lib/IO/UFileStream.h>
+#include <Oskal/Lib/Internal/ReleasePtr.h>
 
-#include <windows.h>
+#include <Oskal/Lib/Win32Api.h>
 
 #include <cstdio>
 #include <cstring>
@@ -44,18 +45,6 @@ void Load(UBimFile& file, const std::wstring& path, const Options& options, cons
     ProgressLine progress(pszLabel, size, std::wstring(), ShowProgress(options, size));
     file.Load(path.c_str(), callback);
 }
-
-// Releases a reference-counted object when the scope ends.
-template <typename T>
-struct Released
-{
-    T* object;
-    ~Released()
-    {
-        if (object != nullptr)
-            object->Release();
-    }
-};
 
 BIM_DATETIME ParseDate(const std::wstring& text)
 {
@@ -90,8 +79,10 @@ void AddRegionFromFile(UMemoryImage& image, unsigned int address, const std::wst
         throw ToolError{L"The region file '" + path + L"' does not fit the 32-bit address space at that address."};
     const unsigned int size = static_cast<unsigned int>(length);
     // The image would merge overlapping data silently; two files for the same bytes are a mistake.
-    for (unsigned long i = 0; image.GetMemoryRegion(i) != nullptr; ++i)
-        if (image.GetMemoryRegion(i)->Intersects(address, size))
+    // Read through the const view, so that the image keeps its start-address index.
+    const UMemoryImage& regions = image;
+    for (unsigned long i = 0; const UMemoryRegion* region = regions.GetMemoryRegion(i); ++i)
+        if (region->Intersects(address, size))
             throw ToolError{L"The region file '" + path + L"' overlaps another region."};
     image.Reserve(address, size);
     unsigned char* buffer = image.GetBuffer(address, size);
@@ -150,20 +141,20 @@ void Build(UBimFile& file, const Options& options, const std::vector<std::pair<u
     file.GetPayload().Clear();
     AddParameters(file.GetHeader(), options);
 
-    Released<UBimPayloadContainerFirmware> firmware{UBimPayloadContainerFirmware::Create()};
+    Internal::ReleasePtr<UBimPayloadContainerFirmware> firmware(UBimPayloadContainerFirmware::Create());
     if (options.key)
     {
-        firmware.object->SetEncryptionType(eBimPayloadContainerEncryption_Rijndael);
-        SetKey(*firmware.object, options);
+        firmware->SetEncryptionType(eBimPayloadContainerEncryption_Rijndael);
+        SetKey(*firmware, options);
     }
     for (const auto& region : regions)
-        AddRegionFromFile(firmware.object->GetMemoryImage(), region.first, region.second);
-    file.GetPayload().AddContainer(*firmware.object);
+        AddRegionFromFile(firmware->GetMemoryImage(), region.first, region.second);
+    file.GetPayload().AddContainer(*firmware);
 
     if (options.windows)
     {
-        Released<UBimPayloadContainerWindows> windows{UBimPayloadContainerWindows::Create()};
-        file.GetPayload().AddContainer(*windows.object);
+        Internal::ReleasePtr<UBimPayloadContainerWindows> windows(UBimPayloadContainerWindows::Create());
+        file.GetPayload().AddContainer(*windows);
     }
 }
 
@@ -258,13 +249,16 @@ int Extract(const Options& options)
             result = 2;
             continue;
         }
+        // Regions are walked through the const view and their bytes taken through the image, so
+        // that no region is handed out mutable and the image keeps its start-address index.
         UMemoryImage& image = firmware->GetMemoryImage();
-        for (unsigned long r = 0; image.GetMemoryRegion(r) != nullptr; ++r)
+        const UMemoryImage& regions = image;
+        for (unsigned long r = 0; const UMemoryRegion* region = regions.GetMemoryRegion(r); ++r)
         {
-            UMemoryRegion* region = image.GetMemoryRegion(r);
             wchar_t name[48];
             std::swprintf(name, 48, L"c%lu-%08x.bin", i, region->GetAddress());
-            WriteFile(JoinPath(options.arguments[1], name), region->GetData(), region->GetLength());
+            WriteFile(JoinPath(options.arguments[1], name), image.GetBuffer(region->GetAddress(), region->GetLength()),
+                      region->GetLength());
         }
     }
     return result;
@@ -341,18 +335,18 @@ int Demo(const Options& options)
     Print(ImageReport::Of(file).ToText());
 
     auto* firmware = dynamic_cast<UBimPayloadContainerFirmware*>(file.GetPayload().GetContainer(0));
-    Released<USoftwareInformationBlock> info{
-        USoftwareInformationBlock::FromMemoryImage(0x08010000, firmware->GetMemoryImage())};
-    if (info.object != nullptr)
+    Internal::ReleasePtr<USoftwareInformationBlock> info(
+        USoftwareInformationBlock::FromMemoryImage(0x08010000, firmware->GetMemoryImage()));
+    if (info)
     {
-        const UVersion& version = info.object->GetVersion();
+        const UVersion& version = info->GetVersion();
         char line[160];
         std::snprintf(line, sizeof(line),
                       "\nSoftware information at 0x08010000: product 0x%04x, version %u.%u.%u, hardware "
                       "revisions 0x%x\n",
-                      static_cast<unsigned int>(info.object->GetProduct()), version.GetGeneral(),
+                      static_cast<unsigned int>(info->GetProduct()), version.GetGeneral(),
                       version.GetFeature(), version.GetBugfix(),
-                      static_cast<unsigned int>(info.object->GetHardwareRevisions()));
+                      static_cast<unsigned int>(info->GetHardwareRevisions()));
         Print(line);
     }
     return 0;

@@ -67,8 +67,8 @@ ImageReport ImageReport::Of(UBimFile& file)
         if (firmware != nullptr && !facts.raw)
         {
             const UMemoryImage& image = firmware->GetMemoryImage();
-            for (unsigned long r = 0; image.GetMemoryRegion(r) != nullptr; ++r)
-                facts.regions.emplace_back(image.GetMemoryRegion(r)->GetAddress(), image.GetMemoryRegion(r)->GetLength());
+            for (unsigned long r = 0; const UMemoryRegion* region = image.GetMemoryRegion(r); ++r)
+                facts.regions.emplace_back(region->GetAddress(), region->GetLength());
         }
         report.containers.push_back(facts);
     }

@@ -2,13 +2,7 @@
 
 namespace Oskal { namespace Lib { namespace BIM {
 
-UBimException::UBimException() {}
-
-UBimException::UBimException(const wchar_t* pszMessage) : Exceptions::UException(pszMessage) {}
-
-UBimException::UBimException(const UBimException& other) : Exceptions::UException(other) {}
-
-UBimException::~UBimException() {}
+OSKAL_IMPLEMENT_EXCEPTION(UBimException, Exceptions::UException)
 
 UBimException& UBimException::operator=(const UBimException& other)
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UException.h>
 
@@ -8,10 +9,7 @@ namespace Oskal { namespace Lib { namespace BIM {
 class OSKAL_LIB_API UBimException : public Exceptions::UException
 {
 public:
-    UBimException();
-    explicit UBimException(const wchar_t* pszMessage);
-    UBimException(const UBimException& other);
-    ~UBimException() override;
+    OSKAL_DECLARE_EXCEPTION(UBimException)
 
 private:
     // Copies the message; the class is not assignable from outside.

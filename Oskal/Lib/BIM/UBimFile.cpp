@@ -4,6 +4,7 @@
 #include <Oskal/Lib/Cryptography/UCryptoStream.h>
 #include <Oskal/Lib/Cryptography/USHA1.h>
 #include <Oskal/Lib/IO/UFileStream.h>
+#include <Oskal/Lib/Internal/ReleasePtr.h>
 #include <Oskal/Lib/UNotSupportedException.h>
 
 #include <cstring>
@@ -62,11 +63,6 @@ private:
     IO::UStream& m_target;
     std::unique_ptr<unsigned char[]> m_buffer;
     unsigned long m_used;
-};
-
-struct HashRelease
-{
-    void operator()(Cryptography::USHA1* p) const { p->Release(); }
 };
 
 const unsigned long kIntegrityPiece = 1048576;
@@ -128,7 +124,7 @@ void UBimFile::Load(const wchar_t* pszFileName, UBimReadFileCallback& callback)
 
 void UBimFile::Save(const wchar_t* pszFileName)
 {
-    std::unique_ptr<Cryptography::USHA1, HashRelease> hash(Cryptography::USHA1::Create());
+    Internal::ReleasePtr<Cryptography::USHA1> hash(Cryptography::USHA1::Create());
     // Asked before the file is opened: a container that cannot tell its size (an unknown
     // encryption without raw bytes) then leaves an existing file alone.
     const unsigned int payloadLength = m_pPayload->GetLength();
@@ -137,7 +133,7 @@ void UBimFile::Save(const wchar_t* pszFileName)
     WriteBuffer buffered(file);
     {
         // Every byte reaches the file unchanged and is hashed on the way.
-        Cryptography::UCryptoStream hashing(&buffered, hash.get(), Cryptography::eCryptoStreamMode_Write);
+        Cryptography::UCryptoStream hashing(&buffered, hash.Get(), Cryptography::eCryptoStreamMode_Write);
         m_pHeader->SetPayloadLength(payloadLength);
         m_pHeader->Write(hashing);
         m_pPayload->Write(hashing);
@@ -150,7 +146,7 @@ void UBimFile::Save(const wchar_t* pszFileName)
 
 void UBimFile::CheckIntegrity(IO::UStream& stream)
 {
-    std::unique_ptr<Cryptography::USHA1, HashRelease> hash(Cryptography::USHA1::Create());
+    Internal::ReleasePtr<Cryptography::USHA1> hash(Cryptography::USHA1::Create());
     std::unique_ptr<unsigned char[]> buffer(new unsigned char[kIntegrityPiece]);
     const long long length = stream.GetLength();
     const long long position = stream.GetPosition();

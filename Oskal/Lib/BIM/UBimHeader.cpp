@@ -8,6 +8,9 @@
 #include <Oskal/Lib/BIM/UBimHeaderParameterShortDescription.h>
 #include <Oskal/Lib/BIM/UBimHeaderParameterTargetSystem.h>
 #include <Oskal/Lib/BIM/UBimHeaderParameterUnknown.h>
+#include <Oskal/Lib/Internal/ByteOrder.h>
+#include <Oskal/Lib/Internal/ReleasePtr.h>
+#include <Oskal/Lib/Internal/StreamRead.h>
 
 #include <cstdio>
 #include <cstring>
@@ -16,21 +19,6 @@
 namespace Oskal { namespace Lib { namespace BIM {
 
 namespace {
-
-// Reads until lCount bytes have arrived or the stream ends; returns the count read.
-long ReadFully(IO::UStream& stream, void* pvBuffer, long lCount)
-{
-    unsigned char* buffer = static_cast<unsigned char*>(pvBuffer);
-    long total = 0;
-    while (total < lCount)
-    {
-        const long n = stream.Read(buffer + total, lCount - total);
-        if (n <= 0)
-            break;
-        total += n;
-    }
-    return total;
-}
 
 const wchar_t g_szEndOfFile[] = L"Unexpected end of file.";
 
@@ -207,7 +195,7 @@ void UBimHeader::Read(IO::UStream& stream)
 void UBimHeader::ReadBIMF(IO::UStream& stream)
 {
     unsigned char marker[4];
-    if (ReadFully(stream, marker, 4) < 4)
+    if (Internal::ReadFully(stream, marker, 4) < 4)
         throw UBimException(L"Unexpected end of stream.");
     if (std::memcmp(marker, "BIMF", 4) != 0)
         throw UBimException(L"BIM file marker (BIMF) not found.");
@@ -216,15 +204,15 @@ void UBimHeader::ReadBIMF(IO::UStream& stream)
 void UBimHeader::ReadTLV(IO::UStream& stream, BIM_HEADER_TLV& tlv)
 {
     unsigned char head[4];
-    if (ReadFully(stream, head, 4) < 4)
+    if (Internal::ReadFully(stream, head, 4) < 4)
         throw UBimException(g_szEndOfFile);
-    tlv.wTag = static_cast<unsigned short>(head[0] | head[1] << 8);
-    tlv.wLength = static_cast<unsigned short>(head[2] | head[3] << 8);
+    tlv.wTag = Internal::LoadLE16(head);
+    tlv.wLength = Internal::LoadLE16(head + 2);
     if (tlv.wLength == 0)
         return;
     // At most 65536 bytes: the value area holds the longest padded value.
     const long padded = (static_cast<long>(tlv.wLength) + 3) & ~3L;
-    if (ReadFully(stream, tlv.abyValue, padded) < padded)
+    if (Internal::ReadFully(stream, tlv.abyValue, padded) < static_cast<unsigned long>(padded))
         throw UBimException(g_szEndOfFile);
 }
 
@@ -235,8 +223,7 @@ void UBimHeader::ProcessTLV(const BIM_HEADER_TLV& tlv)
         if (tlv.wLength != 4)
             throw UBimException(L"Invalid parameter length.");
         const unsigned char* value = tlv.abyValue;
-        m_uiPayloadLength = static_cast<unsigned int>(value[0]) | static_cast<unsigned int>(value[1]) << 8 |
-                            static_cast<unsigned int>(value[2]) << 16 | static_cast<unsigned int>(value[3]) << 24;
+        m_uiPayloadLength = Internal::LoadLE32(value);
         return;
     }
     Append(CreateParameter(tlv));
@@ -304,29 +291,14 @@ void UBimHeader::Write(IO::UStream& stream) const
     for (unsigned long i = 0; i < m_parameters.GetLength(); ++i)
         m_parameters[i]->Write(stream);
 
-    UBimHeaderParameterPayloadLength* payloadLength = UBimHeaderParameterPayloadLength::Create(m_uiPayloadLength);
-    try
-    {
-        payloadLength->Write(stream);
-    }
-    catch (...)
-    {
-        payloadLength->Release();
-        throw;
-    }
-    payloadLength->Release();
-
-    UBimHeaderParameterLastParameter* last = UBimHeaderParameterLastParameter::Create();
-    try
-    {
-        last->Write(stream);
-    }
-    catch (...)
-    {
-        last->Release();
-        throw;
-    }
-    last->Release();
+    // Kept: the payload length is written after the list, also when the list holds a
+    // payload-length record of its own; reading keeps the later one (pinned by
+    // UBimFileWrite.PayloadLengthInTheListIsWrittenTwiceAndTheLaterWins)
+    Internal::ReleasePtr<UBimHeaderParameterPayloadLength> payloadLength(
+        UBimHeaderParameterPayloadLength::Create(m_uiPayloadLength));
+    payloadLength->Write(stream);
+    Internal::ReleasePtr<UBimHeaderParameterLastParameter> last(UBimHeaderParameterLastParameter::Create());
+    last->Write(stream);
 }
 
 }}} // namespace Oskal::Lib::BIM

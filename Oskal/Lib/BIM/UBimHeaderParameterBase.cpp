@@ -1,5 +1,7 @@
 #include <Oskal/Lib/BIM/UBimHeaderParameterBase.h>
 
+#include <Oskal/Lib/Internal/ByteOrder.h>
+#include <Oskal/Lib/Internal/ReleasePtr.h>
 #include <Oskal/Lib/Text/UDecoder.h>
 #include <Oskal/Lib/Text/UEncoder.h>
 #include <Oskal/Lib/Text/UUTF8Encoding.h>
@@ -110,13 +112,10 @@ unsigned short UBimHeaderParameterBase::GetValueLength() const
 
 void UBimHeaderParameterBase::Write(IO::UStream& stream) const
 {
-    const unsigned short tag = static_cast<unsigned short>(GetTag());
     const unsigned short length = GetValueLength();
     unsigned char head[4];
-    head[0] = static_cast<unsigned char>(tag);
-    head[1] = static_cast<unsigned char>(tag >> 8);
-    head[2] = static_cast<unsigned char>(length);
-    head[3] = static_cast<unsigned char>(length >> 8);
+    Internal::StoreLE16(head, static_cast<unsigned short>(GetTag()));
+    Internal::StoreLE16(head + 2, length);
     stream.Write(head, 4);
     if (length != 0)
         stream.Write(GetValue(), length);
@@ -148,35 +147,12 @@ void UBimHeaderParameterBase::StoreValue(const unsigned char* pbyValue, unsigned
     m_wLength = wLength;
 }
 
-namespace {
-
-// Releases a reference-counted object when the scope ends, also on an exception.
-template <typename T> class Held
-{
-public:
-    explicit Held(T* p) : m_p(p) {}
-    ~Held()
-    {
-        if (m_p != nullptr)
-            m_p->Release();
-    }
-    Held(const Held&) = delete;
-    Held& operator=(const Held&) = delete;
-    T* operator->() const { return m_p; }
-    T* Get() const { return m_p; }
-
-private:
-    T* m_p;
-};
-
-} // namespace
-
 void UBimHeaderParameterBase::EncodeText(const wchar_t* pszText, UString& text)
 {
     if (pszText == nullptr)
         pszText = L"";
-    Held<Text::UUTF8Encoding> encoding(Text::UUTF8Encoding::Create());
-    Held<Text::UEncoder> encoder(encoding->CreateEncoder());
+    Internal::ReleasePtr<Text::UUTF8Encoding> encoding(Text::UUTF8Encoding::Create());
+    Internal::ReleasePtr<Text::UEncoder> encoder(encoding->CreateEncoder());
     const unsigned long count = static_cast<unsigned long>(std::wcslen(pszText));
     // A length must fit 16 bits; a UTF-16 unit never takes more than 3 bytes.
     const unsigned long room = count < 65535 / 3 ? count * 3 : 65535;
@@ -197,8 +173,8 @@ void UBimHeaderParameterBase::EncodeText(const wchar_t* pszText, UString& text)
 
 void UBimHeaderParameterBase::DecodeText(UString& text) const
 {
-    Held<Text::UUTF8Encoding> encoding(Text::UUTF8Encoding::Create());
-    Held<Text::UDecoder> decoder(encoding->CreateDecoder());
+    Internal::ReleasePtr<Text::UUTF8Encoding> encoding(Text::UUTF8Encoding::Create());
+    Internal::ReleasePtr<Text::UDecoder> decoder(encoding->CreateDecoder());
     const unsigned long length = GetValueLength();
     const unsigned char* value = GetValue();
     // Counted first and converted into exactly that room, so the whole value is decoded.

@@ -1,5 +1,7 @@
 #include <Oskal/Lib/BIM/UBimHeaderParameterDateOfCreation.h>
 
+#include <Oskal/Lib/Internal/ByteOrder.h>
+
 #include <cstring>
 
 namespace Oskal { namespace Lib { namespace BIM {
@@ -60,7 +62,7 @@ BIM_DATETIME UBimHeaderParameterDateOfCreation::GetDateOfCreation() const
     BIM_DATETIME dateTime;
     dateTime.byDay = value[0];
     dateTime.byMonth = value[1];
-    dateTime.wYear = static_cast<unsigned short>(value[2] | value[3] << 8);
+    dateTime.wYear = Internal::LoadLE16(value + 2);
     dateTime.byHour = value[4];
     dateTime.byMinute = value[5];
     dateTime.bySecond = value[6];
@@ -70,14 +72,9 @@ BIM_DATETIME UBimHeaderParameterDateOfCreation::GetDateOfCreation() const
 
 void UBimHeaderParameterDateOfCreation::SetDateOfCreation(const BIM_DATETIME& dateTime)
 {
-    const unsigned char value[8] = {dateTime.byDay,
-                                    dateTime.byMonth,
-                                    static_cast<unsigned char>(dateTime.wYear),
-                                    static_cast<unsigned char>(dateTime.wYear >> 8),
-                                    dateTime.byHour,
-                                    dateTime.byMinute,
-                                    dateTime.bySecond,
-                                    0};
+    unsigned char value[8] = {dateTime.byDay, dateTime.byMonth, 0, 0, dateTime.byHour, dateTime.byMinute,
+                              dateTime.bySecond, 0};
+    Internal::StoreLE16(value + 2, dateTime.wYear);
     SetValue(value, 8);
 }
 

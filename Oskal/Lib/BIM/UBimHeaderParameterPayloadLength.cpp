@@ -1,5 +1,7 @@
 #include <Oskal/Lib/BIM/UBimHeaderParameterPayloadLength.h>
 
+#include <Oskal/Lib/Internal/ByteOrder.h>
+
 #include <cstring>
 
 namespace Oskal { namespace Lib { namespace BIM {
@@ -57,15 +59,13 @@ UBimHeaderParameterPayloadLength* UBimHeaderParameterPayloadLength::Dupe() const
 unsigned int UBimHeaderParameterPayloadLength::GetPayloadLength() const
 {
     const unsigned char* value = GetValue();
-    return static_cast<unsigned int>(value[0]) | static_cast<unsigned int>(value[1]) << 8 |
-           static_cast<unsigned int>(value[2]) << 16 | static_cast<unsigned int>(value[3]) << 24;
+    return Internal::LoadLE32(value);
 }
 
 void UBimHeaderParameterPayloadLength::SetPayloadLength(unsigned int uiPayloadLength)
 {
-    const unsigned char value[4] = {
-        static_cast<unsigned char>(uiPayloadLength), static_cast<unsigned char>(uiPayloadLength >> 8),
-        static_cast<unsigned char>(uiPayloadLength >> 16), static_cast<unsigned char>(uiPayloadLength >> 24)};
+    unsigned char value[4];
+    Internal::StoreLE32(value, uiPayloadLength);
     SetValue(value, 4);
 }
 

@@ -1,5 +1,6 @@
 #include <Oskal/Lib/BIM/UBimHeaderParameterUnknown.h>
 
+#include <Oskal/Lib/Internal/ArgumentChecks.h>
 #include <Oskal/Lib/UArgumentException.h>
 
 namespace Oskal { namespace Lib { namespace BIM {
@@ -28,8 +29,8 @@ UBimHeaderParameterUnknown::UBimHeaderParameterUnknown(UBimHeaderParameterTag eT
                                                        unsigned short wLength)
     : UBimHeaderParameterBase(eTag, 1)
 {
-    if (pbyValue == nullptr && wLength != 0)
-        throw Exceptions::UArgumentException(L"pbyValue", L"Argument 'pbyValue' must not be NULL.");
+    if (wLength != 0)
+        Internal::ThrowIfNull(pbyValue, L"pbyValue");
     if (wLength != 0)
         SetValue(pbyValue, wLength);
 }

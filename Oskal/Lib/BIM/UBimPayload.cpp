@@ -6,6 +6,9 @@
 #include <Oskal/Lib/BIM/UBimPayloadContainerWindows.h>
 #include <Oskal/Lib/Cryptography/UCryptoStream.h>
 #include <Oskal/Lib/Cryptography/USHA1.h>
+#include <Oskal/Lib/Internal/ByteOrder.h>
+#include <Oskal/Lib/Internal/ReleasePtr.h>
+#include <Oskal/Lib/Internal/StreamRead.h>
 #include <Oskal/Lib/UNotSupportedException.h>
 
 #include <cstring>
@@ -23,80 +26,10 @@ const wchar_t g_szEndOfStream[] = L"Unexpected end of stream.";
 // Pieces in which the stored bytes the parser left are read and hashed.
 const unsigned long kCheckPiece = 16384;
 
-long ReadFully(IO::UStream& stream, unsigned char* pbyBuffer, long lCount)
-{
-    long total = 0;
-    while (total < lCount)
-    {
-        const long n = stream.Read(pbyBuffer + total, lCount - total);
-        if (n <= 0)
-            break;
-        total += n;
-    }
-    return total;
-}
-
-unsigned int U32(const unsigned char* pby)
-{
-    return static_cast<unsigned int>(pby[0]) | static_cast<unsigned int>(pby[1]) << 8 |
-           static_cast<unsigned int>(pby[2]) << 16 | static_cast<unsigned int>(pby[3]) << 24;
-}
-
 unsigned int PaddingOf(unsigned int uiSize)
 {
     return (4 - uiSize % 4) % 4;
 }
-
-// Owns one transform at a time.
-class TransformSlot
-{
-public:
-    explicit TransformSlot(ICryptoTransform* p) : m_p(p) {}
-    ~TransformSlot() { Reset(nullptr); }
-    TransformSlot(const TransformSlot&) = delete;
-    TransformSlot& operator=(const TransformSlot&) = delete;
-    ICryptoTransform* Get() const { return m_p; }
-    void Reset(ICryptoTransform* p)
-    {
-        if (m_p != nullptr)
-            m_p->Release();
-        m_p = p;
-    }
-
-private:
-    ICryptoTransform* m_p;
-};
-
-// Releases a container unless it was handed on.
-class ContainerHolder
-{
-public:
-    explicit ContainerHolder(UBimPayloadContainerBase* p) : m_p(p) {}
-    ~ContainerHolder()
-    {
-        if (m_p != nullptr)
-            m_p->Release();
-    }
-    ContainerHolder(const ContainerHolder&) = delete;
-    ContainerHolder& operator=(const ContainerHolder&) = delete;
-    UBimPayloadContainerBase* operator->() const { return m_p; }
-    UBimPayloadContainerBase* Get() const { return m_p; }
-    void Reset(UBimPayloadContainerBase* p)
-    {
-        if (m_p != nullptr)
-            m_p->Release();
-        m_p = p;
-    }
-    UBimPayloadContainerBase* Take()
-    {
-        UBimPayloadContainerBase* p = m_p;
-        m_p = nullptr;
-        return p;
-    }
-
-private:
-    UBimPayloadContainerBase* m_p;
-};
 
 UBimPayloadContainerBase* MakeContainer(unsigned char byType)
 {
@@ -164,7 +97,7 @@ public:
         while (m_done < m_stored)
         {
             const long piece = static_cast<long>(m_stored - m_done < ulSize ? m_stored - m_done : ulSize);
-            if (ReadFully(*this, pbyBuffer, piece) < piece)
+            if (Internal::ReadFully(*this, pbyBuffer, piece) < static_cast<unsigned long>(piece))
                 return false;
         }
         return true;
@@ -204,7 +137,7 @@ void ReadDigest(IO::UStream& stream, long long llStart, unsigned int uiStoredSiz
 {
     stream.ResetView();
     stream.SetPosition(llStart + uiStoredSize + PaddingOf(uiStoredSize));
-    if (ReadFully(stream, pbyDigest, 20) < 20)
+    if (Internal::ReadFully(stream, pbyDigest, 20) < 20)
         throw UBimException(g_szEndOfStream);
 }
 
@@ -216,8 +149,7 @@ void ReadDigest(IO::UStream& stream, long long llStart, unsigned int uiStoredSiz
 bool ParseChecked(IO::UStream& stream, UBimPayloadContainerBase& container, ICryptoTransform* pDecryptor,
                   long long llStart, unsigned int uiStoredSize, unsigned int uiPlainSize, unsigned char* pbyDigest)
 {
-    std::unique_ptr<Cryptography::USHA1, void (*)(Cryptography::USHA1*)> hash(
-        Cryptography::USHA1::Create(), [](Cryptography::USHA1* p) { p->Release(); });
+    Internal::ReleasePtr<Cryptography::USHA1> hash(Cryptography::USHA1::Create());
     hash->Reset();
     std::exception_ptr parseFailure;
     {
@@ -339,19 +271,19 @@ UBimPayloadContainerBase* UBimPayload::ReadContainer(IO::UStream& stream, UBimRe
     unsigned char digest[20] = {};
 
     unsigned char header[12];
-    if (ReadFully(stream, header, 12) < 12)
+    if (Internal::ReadFully(stream, header, 12) < 12)
         throw UBimException(g_szEndOfStream);
-    const unsigned int storedSize = U32(header + 4);
-    const unsigned int plainSize = U32(header + 8);
+    const unsigned int storedSize = Internal::LoadLE32(header + 4);
+    const unsigned int plainSize = Internal::LoadLE32(header + 8);
     const long long start = stream.GetPosition();
     // Fails for a stored size that runs past the end of the file, before anything is allocated
     // for it.
     stream.SetView(start, storedSize);
 
-    ContainerHolder container(MakeContainer(header[0]));
+    Internal::ReleasePtr<UBimPayloadContainerBase> container(MakeContainer(header[0]));
     container->SetEncryptionType(static_cast<UBimPayloadContainerEncryption>(header[1]));
     Cryptography::UEncryptionAlgorithm* algorithm = container->GetEncryptionAlgorithm();
-    TransformSlot decryptor(nullptr);
+    Internal::ReleasePtr<ICryptoTransform> decryptor;
     if (algorithm != nullptr)
     {
         callback.ProcessEncryptionAlgorithm(container->GetEncryptionType(), algorithm);
@@ -386,13 +318,13 @@ UBimPayloadContainerBase* UBimPayload::ReadContainer(IO::UStream& stream, UBimRe
     stream.SetPosition(start + storedSize);
     const long padding = static_cast<long>(PaddingOf(storedSize));
     unsigned char skipped[20];
-    if (padding != 0 && ReadFully(stream, skipped, padding) < padding)
+    if (padding != 0 && Internal::ReadFully(stream, skipped, padding) < static_cast<unsigned long>(padding))
         throw UBimException(g_szEndOfStream);
-    if (ReadFully(stream, skipped, 20) < 20)
+    if (Internal::ReadFully(stream, skipped, 20) < 20)
         throw UBimException(g_szEndOfStream);
 
     *puiFileSize = 12 + storedSize + static_cast<unsigned int>(padding) + 20;
-    return container.Take();
+    return container.Detach();
 }
 
 UBimPayloadContainerBase* UBimPayload::TakeEmptyOf(UBimPayloadContainerBase& parsed)

@@ -4,6 +4,8 @@
 #include <Oskal/Lib/Cryptography/UIdentityTransform.h>
 #include <Oskal/Lib/Cryptography/URijndael.h>
 #include <Oskal/Lib/Cryptography/USHA1.h>
+#include <Oskal/Lib/Internal/ByteOrder.h>
+#include <Oskal/Lib/Internal/ReleasePtr.h>
 #include <Oskal/Lib/UInvalidOperationException.h>
 
 #include <cstring>
@@ -17,24 +19,6 @@ namespace {
 
 // Largest piece handed to a single stream call: counts are 32-bit signed.
 const unsigned int kPiece = 0x100000;
-
-// Releases a transform or hash when the scope ends.
-class TransformHolder
-{
-public:
-    explicit TransformHolder(ICryptoTransform* p) : m_p(p) {}
-    ~TransformHolder()
-    {
-        if (m_p != nullptr)
-            m_p->Release();
-    }
-    TransformHolder(const TransformHolder&) = delete;
-    TransformHolder& operator=(const TransformHolder&) = delete;
-    ICryptoTransform* Get() const { return m_p; }
-
-private:
-    ICryptoTransform* m_p;
-};
 
 Cryptography::URijndael* NewRijndael()
 {
@@ -124,7 +108,7 @@ UBimPayloadContainerBase::~UBimPayloadContainerBase()
 
 unsigned int UBimPayloadContainerBase::GetEncryptedInnerContainerSize() const
 {
-    TransformHolder transform(GetWriterTransform());
+    Internal::ReleasePtr<ICryptoTransform> transform(GetWriterTransform());
     if (transform.Get() == nullptr)
         throw Exceptions::UInvalidOperationException(L"The container's encryption type is unknown.");
     return static_cast<unsigned int>(transform.Get()->GetTransformedSize(GetUnencryptedInnerContainerSize()));
@@ -141,7 +125,8 @@ void UBimPayloadContainerBase::Write(IO::UStream& stream) const
     if (m_pbyRaw != nullptr)
     {
         WriteContainerHeader(stream, m_uiRawStoredSize, m_uiRawPlainSize);
-        // No padding after raw bytes, although reading skips it: kept so on purpose.
+        // Kept: no padding after raw bytes, although reading skips it (pinned by
+        // UBimFileWrite.RawBytesAreWrittenWithoutPadding)
         WriteInnerContainerRaw(stream);
         stream.Write(m_abyHashFromFile, sizeof(m_abyHashFromFile));
         return;
@@ -151,13 +136,12 @@ void UBimPayloadContainerBase::Write(IO::UStream& stream) const
     const unsigned int storedSize = GetEncryptedInnerContainerSize();
     WriteContainerHeader(stream, storedSize, plainSize);
 
-    Cryptography::USHA1* hash = Cryptography::USHA1::Create();
-    TransformHolder hashHolder(hash);
-    TransformHolder transform(GetWriterTransform());
+    Internal::ReleasePtr<Cryptography::USHA1> hash(Cryptography::USHA1::Create());
+    Internal::ReleasePtr<ICryptoTransform> transform(GetWriterTransform());
     {
         // The digest is taken over the plain bytes; the cipher text reaches the file.
         UCryptoStream ciphering(&stream, transform.Get(), Cryptography::eCryptoStreamMode_Write);
-        UCryptoStream hashing(&ciphering, hash, Cryptography::eCryptoStreamMode_Write);
+        UCryptoStream hashing(&ciphering, hash.Get(), Cryptography::eCryptoStreamMode_Write);
         WriteInnerContainer(hashing);
         hashing.FlushFinalBlock();
         ciphering.FlushFinalBlock();
@@ -268,18 +252,9 @@ ICryptoTransform* UBimPayloadContainerBase::GetWriterTransform() const
 void UBimPayloadContainerBase::WriteContainerHeader(IO::UStream& stream, unsigned int uiStoredSize,
                                                     unsigned int uiPlainSize) const
 {
-    const unsigned char header[12] = {static_cast<unsigned char>(m_eType),
-                                      static_cast<unsigned char>(m_eEncryption),
-                                      0,
-                                      0,
-                                      static_cast<unsigned char>(uiStoredSize),
-                                      static_cast<unsigned char>(uiStoredSize >> 8),
-                                      static_cast<unsigned char>(uiStoredSize >> 16),
-                                      static_cast<unsigned char>(uiStoredSize >> 24),
-                                      static_cast<unsigned char>(uiPlainSize),
-                                      static_cast<unsigned char>(uiPlainSize >> 8),
-                                      static_cast<unsigned char>(uiPlainSize >> 16),
-                                      static_cast<unsigned char>(uiPlainSize >> 24)};
+    unsigned char header[12] = {static_cast<unsigned char>(m_eType), static_cast<unsigned char>(m_eEncryption), 0, 0};
+    Internal::StoreLE32(header + 4, uiStoredSize);
+    Internal::StoreLE32(header + 8, uiPlainSize);
     stream.Write(header, 12);
 }
 

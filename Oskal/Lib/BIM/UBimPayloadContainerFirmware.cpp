@@ -1,41 +1,15 @@
 #include <Oskal/Lib/BIM/UBimPayloadContainerFirmware.h>
 
 #include <Oskal/Lib/BIM/UBimException.h>
+#include <Oskal/Lib/Internal/ByteOrder.h>
+#include <Oskal/Lib/Internal/StreamRead.h>
 
 namespace Oskal { namespace Lib { namespace BIM {
 
 namespace {
 
+// Largest piece handed to a single write: counts are 32-bit signed.
 const unsigned int kPiece = 0x100000;
-
-// Reads until uiCount bytes have arrived or the stream ends; returns the count read.
-unsigned int ReadFully(IO::UStream& stream, unsigned char* pbyBuffer, unsigned int uiCount)
-{
-    unsigned int done = 0;
-    while (done < uiCount)
-    {
-        const unsigned int piece = uiCount - done < kPiece ? uiCount - done : kPiece;
-        const long n = stream.Read(pbyBuffer + done, static_cast<long>(piece));
-        if (n <= 0)
-            break;
-        done += static_cast<unsigned int>(n);
-    }
-    return done;
-}
-
-unsigned int U32(const unsigned char* pby)
-{
-    return static_cast<unsigned int>(pby[0]) | static_cast<unsigned int>(pby[1]) << 8 |
-           static_cast<unsigned int>(pby[2]) << 16 | static_cast<unsigned int>(pby[3]) << 24;
-}
-
-void PutU32(unsigned char* pby, unsigned int ui)
-{
-    pby[0] = static_cast<unsigned char>(ui);
-    pby[1] = static_cast<unsigned char>(ui >> 8);
-    pby[2] = static_cast<unsigned char>(ui >> 16);
-    pby[3] = static_cast<unsigned char>(ui >> 24);
-}
 
 } // namespace
 
@@ -91,11 +65,11 @@ void UBimPayloadContainerFirmware::ReadInnerContainer(IO::UStream& stream, unsig
         if (left < 8)
             break;
         unsigned char head[8];
-        if (ReadFully(stream, head, 8) < 8)
+        if (Internal::ReadFully(stream, head, 8) < 8)
             break;
         left -= 8;
-        const unsigned int address = U32(head);
-        const unsigned int length = U32(head + 4);
+        const unsigned int address = Internal::LoadLE32(head);
+        const unsigned int length = Internal::LoadLE32(head + 4);
         // Checked before anything is reserved, so a damaged length never allocates.
         if (length > left)
             throw UBimException(L"Unexpected end of stream.");
@@ -104,9 +78,12 @@ void UBimPayloadContainerFirmware::ReadInnerContainer(IO::UStream& stream, unsig
         {
             unsigned char* buffer = m_pImage->GetBuffer(address, length);
             if (buffer != nullptr)
-                ReadFully(stream, buffer, length);
+                Internal::ReadFully(stream, buffer, length);
         }
         left -= length;
+        // Kept: the padding bytes are not taken off the count, so a container reads back cleanly
+        // only when its region lengths are multiples of 4 (pinned by
+        // UBimFileRead.RegionLengthsNoMultipleOfFour)
         count -= 8 + static_cast<long long>(length);
         if (length % 4 != 0)
         {
@@ -126,8 +103,8 @@ void UBimPayloadContainerFirmware::WriteInnerContainer(IO::UStream& stream) cons
         UMemoryRegion* region = const_cast<UMemoryRegion*>(constRegion);
         unsigned char head[8];
         const unsigned int length = region->GetLength();
-        PutU32(head, region->GetAddress());
-        PutU32(head + 4, length);
+        Internal::StoreLE32(head, region->GetAddress());
+        Internal::StoreLE32(head + 4, length);
         stream.Write(head, 8);
         // GetData gives a region without data its buffer of fill bytes.
         const unsigned char* data = length != 0 ? region->GetData() : nullptr;

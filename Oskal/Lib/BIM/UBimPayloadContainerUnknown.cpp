@@ -102,6 +102,8 @@ void UBimPayloadContainerUnknown::Write(IO::UStream& stream) const
         UBimPayloadContainerBase::Write(stream);
         return;
     }
+    // Kept: written in plain form with the digest read from the file, whatever encryption it was
+    // read with (pinned by UBimFileWrite.UnknownContainerReadWithEncryptionIsWrittenInPlainForm)
     const unsigned int storedSize = GetEncryptedInnerContainerSize();
     WriteContainerHeader(stream, storedSize, GetUnencryptedInnerContainerSize());
     WriteInnerContainer(stream);

@@ -1,6 +1,7 @@
 #include <Oskal/Lib/BIM/UIntegrityCheckRegionBlock.h>
 
 #include <Oskal/Lib/BIM/UMemoryImage.h>
+#include <Oskal/Lib/Internal/ByteOrder.h>
 #include <Oskal/Lib/UArgumentException.h>
 
 #include <cstring>
@@ -11,20 +12,6 @@ namespace Oskal { namespace Lib { namespace BIM {
 
 namespace {
 
-unsigned int ReadWord(const unsigned char* pby)
-{
-    return static_cast<unsigned int>(pby[0]) | static_cast<unsigned int>(pby[1]) << 8 |
-           static_cast<unsigned int>(pby[2]) << 16 | static_cast<unsigned int>(pby[3]) << 24;
-}
-
-void WriteWord(unsigned char* pby, unsigned int uiValue)
-{
-    pby[0] = static_cast<unsigned char>(uiValue);
-    pby[1] = static_cast<unsigned char>(uiValue >> 8);
-    pby[2] = static_cast<unsigned char>(uiValue >> 16);
-    pby[3] = static_cast<unsigned char>(uiValue >> 24);
-}
-
 // The magic's presence is the block's only sign of life; it is read before anything else. No
 // block fits where it would run past the end of the address space.
 int HasMagic(unsigned int uiAddress, UMemoryImage& image)
@@ -33,7 +20,7 @@ int HasMagic(unsigned int uiAddress, UMemoryImage& image)
         return 0;
     unsigned char magic[4];
     image.GetData(uiAddress, magic, sizeof(magic));
-    return ReadWord(magic) == UIntegrityCheckRegionBlock::Magic ? 1 : 0;
+    return Internal::LoadLE32(magic) == UIntegrityCheckRegionBlock::Magic ? 1 : 0;
 }
 
 void CheckIndex(unsigned long ulIndex)
@@ -61,12 +48,12 @@ UIntegrityCheckRegionBlock* UIntegrityCheckRegionBlock::FromMemoryImage(unsigned
 
     UIntegrityCheckRegionBlock* block = new UIntegrityCheckRegionBlock();
     block->m_uiAddress = uiAddress;
-    const unsigned int mask = ReadWord(bytes + 4);
+    const unsigned int mask = Internal::LoadLE32(bytes + 4);
     for (unsigned int i = 0; i < EntryCount; ++i)
     {
         block->m_entries[i].bEnabled = (mask >> i) & 1;
-        block->m_entries[i].uiStart = ReadWord(bytes + 8 + 8 * i);
-        block->m_entries[i].uiLimit = ReadWord(bytes + 12 + 8 * i);
+        block->m_entries[i].uiStart = Internal::LoadLE32(bytes + 8 + 8 * i);
+        block->m_entries[i].uiLimit = Internal::LoadLE32(bytes + 12 + 8 * i);
     }
     std::memcpy(block->m_abyHash, bytes + 72, HashSize);
     return block;
@@ -83,10 +70,10 @@ int UIntegrityCheckRegionBlock::UpdateMemoryImage(UMemoryImage& image) const
     {
         if (m_entries[i].bEnabled)
             mask |= 1u << i;
-        WriteWord(bytes + 4 + 8 * i, m_entries[i].uiStart);
-        WriteWord(bytes + 8 + 8 * i, m_entries[i].uiLimit);
+        Internal::StoreLE32(bytes + 4 + 8 * i, m_entries[i].uiStart);
+        Internal::StoreLE32(bytes + 8 + 8 * i, m_entries[i].uiLimit);
     }
-    WriteWord(bytes, mask);
+    Internal::StoreLE32(bytes, mask);
     std::memcpy(bytes + 68, m_abyHash, HashSize);
     image.SetData(m_uiAddress + 4, bytes, sizeof(bytes));
     return 1;

@@ -56,37 +56,31 @@ enum
     IndexBroken   // two regions touch or overlap: only the list walks give the right answer
 };
 
+const unsigned long kNoCursor = 0xFFFFFFFFUL;
+
 } // namespace
 
 struct UMemoryImage::Index
 {
-    std::map<unsigned int, Node*> byStart;
+    std::map<unsigned int, RegionList::iterator> byStart;
 };
 
 UMemoryImage::UMemoryImage()
-    : m_pFirst(nullptr), m_pLast(nullptr), m_ulCount(0), m_byFill(0xFF), m_pIndex(nullptr),
-      m_iIndexState(IndexUnknown), m_bSorted(0), m_ulExposed(0), m_pCursor(nullptr), m_ulCursor(0)
+    : m_byFill(0xFF), m_pIndex(nullptr), m_iIndexState(IndexUnknown), m_bSorted(0), m_ulExposed(0),
+      m_ulCursor(kNoCursor)
 {
 }
 
 UMemoryImage::UMemoryImage(const UMemoryImage& other)
-    : m_pFirst(nullptr), m_pLast(nullptr), m_ulCount(0), m_byFill(other.m_byFill), m_pIndex(nullptr),
-      m_iIndexState(IndexUnknown), m_bSorted(0), m_ulExposed(0), m_pCursor(nullptr), m_ulCursor(0)
+    : m_byFill(other.m_byFill), m_pIndex(nullptr), m_iIndexState(IndexUnknown), m_bSorted(0), m_ulExposed(0),
+      m_ulCursor(kNoCursor)
 {
-    try
-    {
-        CopyFrom(other);
-    }
-    catch (...)
-    {
-        RemoveAll();
-        throw;
-    }
+    for (const Entry& entry : other.m_regions)
+        m_regions.push_back(Entry{entry.region, 0});
 }
 
 UMemoryImage::~UMemoryImage()
 {
-    RemoveAll();
     delete m_pIndex;
 }
 
@@ -100,58 +94,24 @@ UMemoryImage& UMemoryImage::operator=(const UMemoryImage& other)
     return *this;
 }
 
+// The index's iterators stay valid: they move with the list they point into.
 void UMemoryImage::Swap(UMemoryImage& other)
 {
-    std::swap(m_pFirst, other.m_pFirst);
-    std::swap(m_pLast, other.m_pLast);
-    std::swap(m_ulCount, other.m_ulCount);
+    m_regions.swap(other.m_regions);
     std::swap(m_byFill, other.m_byFill);
     std::swap(m_pIndex, other.m_pIndex);
     std::swap(m_iIndexState, other.m_iIndexState);
     std::swap(m_bSorted, other.m_bSorted);
     std::swap(m_ulExposed, other.m_ulExposed);
-    m_pCursor = other.m_pCursor = nullptr;
+    m_ulCursor = other.m_ulCursor = kNoCursor;
 }
 
-void UMemoryImage::CopyFrom(const UMemoryImage& other)
+void UMemoryImage::Remove(RegionList::iterator itEntry)
 {
-    for (const Node* node = other.m_pFirst; node != nullptr; node = node->pNext)
-        Append(new Node{node->region, nullptr, nullptr, 0});
-}
-
-void UMemoryImage::Append(Node* pNode)
-{
-    pNode->pPrevious = m_pLast;
-    pNode->pNext = nullptr;
-    if (m_pLast != nullptr)
-        m_pLast->pNext = pNode;
-    else
-        m_pFirst = pNode;
-    m_pLast = pNode;
-    ++m_ulCount;
-}
-
-void UMemoryImage::Remove(Node* pNode)
-{
-    if (pNode->pPrevious != nullptr)
-        pNode->pPrevious->pNext = pNode->pNext;
-    else
-        m_pFirst = pNode->pNext;
-    if (pNode->pNext != nullptr)
-        pNode->pNext->pPrevious = pNode->pPrevious;
-    else
-        m_pLast = pNode->pPrevious;
-    --m_ulCount;
-    if (pNode->bExposed)
+    if (itEntry->bExposed)
         --m_ulExposed;
-    m_pCursor = nullptr;
-    delete pNode;
-}
-
-void UMemoryImage::RemoveAll()
-{
-    while (m_pFirst != nullptr)
-        Remove(m_pFirst);
+    m_ulCursor = kNoCursor;
+    m_regions.erase(itEntry);
 }
 
 void UMemoryImage::Reserve(unsigned int uiAddress, unsigned int uiLength)
@@ -180,13 +140,13 @@ void UMemoryImage::ReserveInList(unsigned int uiAddress, unsigned int uiLength)
 {
     if (m_iIndexState == IndexValid)
         DropIndex();
-    Node* found = m_pFirst;
-    while (found != nullptr && !Touches(found->region, uiAddress, uiLength))
-        found = found->pNext;
+    auto found = m_regions.begin();
+    while (found != m_regions.end() && !Touches(found->region, uiAddress, uiLength))
+        ++found;
 
-    if (found == nullptr)
+    if (found == m_regions.end())
     {
-        Append(new Node{UMemoryRegion(uiAddress, uiLength), nullptr, nullptr, 0});
+        m_regions.push_back(Entry{UMemoryRegion(uiAddress, uiLength), 0});
         return;
     }
     found->region.Merge(UMemoryRegion(uiAddress, uiLength));
@@ -200,7 +160,7 @@ void UMemoryImage::ReserveInList(unsigned int uiAddress, unsigned int uiLength)
 // that touch the range are neighbours by start address and the one below them does not reach it.
 void UMemoryImage::ReserveIndexed(unsigned int uiAddress, unsigned int uiLength)
 {
-    std::map<unsigned int, Node*>& byStart = m_pIndex->byStart;
+    std::map<unsigned int, RegionList::iterator>& byStart = m_pIndex->byStart;
     const unsigned long long end = static_cast<unsigned long long>(uiAddress) + uiLength;
     const auto above = end > 0xFFFFFFFFULL ? byStart.end() : byStart.upper_bound(static_cast<unsigned int>(end));
     auto lowest = above;
@@ -214,19 +174,18 @@ void UMemoryImage::ReserveIndexed(unsigned int uiAddress, unsigned int uiLength)
 
     if (lowest == above)
     {
-        Node* node = new Node{UMemoryRegion(uiAddress, uiLength), nullptr, nullptr, 0};
-        const int sorted = m_bSorted && (m_pLast == nullptr || m_pLast->region.GetAddress() < uiAddress);
+        const int sorted = m_bSorted && (m_regions.empty() || m_regions.back().region.GetAddress() < uiAddress);
+        m_regions.push_back(Entry{UMemoryRegion(uiAddress, uiLength), 0});
+        m_bSorted = sorted;
         try
         {
             // Nothing starts between the address and the range's end: the hint is the place.
-            byStart.emplace_hint(above, uiAddress, node);
+            byStart.emplace_hint(above, uiAddress, std::prev(m_regions.end()));
         }
         catch (const std::bad_alloc&)
         {
             DropIndex();
         }
-        Append(node);
-        m_bSorted = sorted;
         return;
     }
 
@@ -240,7 +199,7 @@ void UMemoryImage::ReserveIndexed(unsigned int uiAddress, unsigned int uiLength)
     // In a sorted list the lowest touching region is the first one found. Its regions below end
     // before the range begins, so it keeps its place and sorting changes nothing; joining then
     // only takes the regions that follow it while they touch.
-    Node* found = lowest->second;
+    const RegionList::iterator found = lowest->second;
     const unsigned int oldStart = found->region.GetAddress();
     found->region.Merge(UMemoryRegion(uiAddress, uiLength));
     if (found->region.GetAddress() != oldStart)
@@ -249,9 +208,10 @@ void UMemoryImage::ReserveIndexed(unsigned int uiAddress, unsigned int uiLength)
         entry.key() = found->region.GetAddress();
         byStart.insert(std::move(entry));
     }
-    for (Node* current = found->pNext;
-         current != nullptr && (found->region.Precedes(current->region) || found->region.Intersects(current->region));
-         current = found->pNext)
+    for (auto current = std::next(found);
+         current != m_regions.end() &&
+         (found->region.Precedes(current->region) || found->region.Intersects(current->region));
+         current = std::next(found))
     {
         found->region.Merge(current->region);
         byStart.erase(current->region.GetAddress());
@@ -275,27 +235,28 @@ int UMemoryImage::BuildIndex()
         if (m_pIndex == nullptr)
             m_pIndex = new Index();
         m_pIndex->byStart.clear();
-        std::vector<Node*> nodes;
-        nodes.reserve(m_ulCount);
+        std::vector<RegionList::iterator> entries;
+        entries.reserve(m_regions.size());
         int sorted = 1;
-        for (Node* node = m_pFirst; node != nullptr; node = node->pNext)
+        for (auto it = m_regions.begin(); it != m_regions.end(); ++it)
         {
-            if (!nodes.empty() && !(nodes.back()->region < node->region))
+            if (!entries.empty() && !(entries.back()->region < it->region))
                 sorted = 0;
-            nodes.push_back(node);
+            entries.push_back(it);
         }
         if (!sorted)
-            std::sort(nodes.begin(), nodes.end(), [](const Node* a, const Node* b) { return a->region < b->region; });
-        for (size_t i = 1; i < nodes.size(); ++i)
+            std::sort(entries.begin(), entries.end(),
+                      [](RegionList::iterator a, RegionList::iterator b) { return a->region < b->region; });
+        for (size_t i = 1; i < entries.size(); ++i)
         {
-            if (nodes[i]->region.GetAddress() <= EndOf(nodes[i - 1]->region))
+            if (entries[i]->region.GetAddress() <= EndOf(entries[i - 1]->region))
             {
                 m_iIndexState = IndexBroken;
                 return 0;
             }
         }
-        for (Node* node : nodes)
-            m_pIndex->byStart.emplace_hint(m_pIndex->byStart.end(), node->region.GetAddress(), node);
+        for (RegionList::iterator it : entries)
+            m_pIndex->byStart.emplace_hint(m_pIndex->byStart.end(), it->region.GetAddress(), it);
         m_bSorted = sorted;
         m_iIndexState = IndexValid;
         return 1;
@@ -317,80 +278,29 @@ void UMemoryImage::DropIndex()
 
 // The first region in list order that holds the whole range. No two regions of a valid index
 // touch, so at most one can hold it: the one that starts last at or below the address.
-UMemoryImage::Node* UMemoryImage::FindContaining(unsigned int uiAddress, unsigned int uiLength, int bIndexed)
+UMemoryImage::Entry* UMemoryImage::FindContaining(unsigned int uiAddress, unsigned int uiLength, int bIndexed)
 {
     if (bIndexed)
     {
         auto entry = m_pIndex->byStart.upper_bound(uiAddress);
         if (entry == m_pIndex->byStart.begin())
             return nullptr;
-        Node* node = std::prev(entry)->second;
-        return node->region.Contains(uiAddress, uiLength) ? node : nullptr;
+        Entry& candidate = *std::prev(entry)->second;
+        return candidate.region.Contains(uiAddress, uiLength) ? &candidate : nullptr;
     }
-    for (Node* node = m_pFirst; node != nullptr; node = node->pNext)
+    for (Entry& entry : m_regions)
     {
-        if (node->region.Contains(uiAddress, uiLength))
-            return node;
+        if (entry.region.Contains(uiAddress, uiLength))
+            return &entry;
     }
     return nullptr;
 }
 
-// Stable merge sort by start address, on the forward links; the back links are rebuilt after.
+// Stable: regions with equal starts keep their order.
 void UMemoryImage::SortRegions()
 {
-    if (m_ulCount < 2)
-        return;
-    Node* list = m_pFirst;
-    for (unsigned long width = 1; width < m_ulCount; width *= 2)
-    {
-        Node* head = nullptr;
-        Node** tail = &head;
-        Node* rest = list;
-        while (rest != nullptr)
-        {
-            // Two neighbouring runs of up to width nodes each.
-            Node* left = rest;
-            Node* right = left;
-            unsigned long leftCount = 0;
-            for (; leftCount < width && right != nullptr; ++leftCount)
-                right = right->pNext;
-            Node* next = right;
-            unsigned long rightCount = 0;
-            for (; rightCount < width && next != nullptr; ++rightCount)
-                next = next->pNext;
-            while (leftCount != 0 || rightCount != 0)
-            {
-                Node* take;
-                // Equal starts keep their order: the left run wins ties.
-                if (rightCount == 0 || (leftCount != 0 && !(right->region < left->region)))
-                {
-                    take = left;
-                    left = left->pNext;
-                    --leftCount;
-                }
-                else
-                {
-                    take = right;
-                    right = right->pNext;
-                    --rightCount;
-                }
-                *tail = take;
-                tail = &take->pNext;
-            }
-            rest = next;
-        }
-        *tail = nullptr;
-        list = head;
-    }
-    m_pFirst = list;
-    m_pCursor = nullptr;
-    Node* previous = nullptr;
-    for (Node* node = list; node != nullptr; node = node->pNext)
-    {
-        node->pPrevious = previous;
-        previous = node;
-    }
-    m_pLast = previous;
+    m_regions.sort([](const Entry& a, const Entry& b) { return a.region < b.region; });
+    m_ulCursor = kNoCursor;
 }
 
 // Joins each region with the regions that touch or overlap it. Runs on a sorted list, where a
@@ -398,22 +308,19 @@ void UMemoryImage::SortRegions()
 // goes on from the merged region instead of starting over.
 void UMemoryImage::MergeRegions()
 {
-    Node* previous = m_pFirst;
-    if (previous == nullptr)
+    if (m_regions.empty())
         return;
-    Node* current = previous->pNext;
-    while (current != nullptr)
+    auto previous = m_regions.begin();
+    for (auto current = std::next(previous); current != m_regions.end(); current = std::next(previous))
     {
         if (previous->region.Precedes(current->region) || previous->region.Intersects(current->region))
         {
             previous->region.Merge(current->region);
             Remove(current);
-            current = previous->pNext;
         }
         else
         {
             previous = current;
-            current = current->pNext;
         }
     }
 }
@@ -421,7 +328,7 @@ void UMemoryImage::MergeRegions()
 unsigned char* UMemoryImage::GetBuffer(unsigned int uiAddress, unsigned int uiLength)
 {
     CheckRange(uiAddress, uiLength);
-    Node* node = FindContaining(uiAddress, uiLength, UseIndex());
+    Entry* node = FindContaining(uiAddress, uiLength, UseIndex());
     return node != nullptr ? node->region.GetData() + (uiAddress - node->region.GetAddress()) : nullptr;
 }
 
@@ -442,7 +349,7 @@ void UMemoryImage::GetData(unsigned int uiAddress, unsigned char* pbyBuffer, uns
     while (address < end)
     {
         const unsigned int running = static_cast<unsigned int>(address);
-        Node* node = FindContaining(running, 1, indexed);
+        Entry* node = FindContaining(running, 1, indexed);
         if (node != nullptr)
         {
             const unsigned long long offset = running - node->region.GetAddress();
@@ -465,10 +372,10 @@ void UMemoryImage::GetData(unsigned int uiAddress, unsigned char* pbyBuffer, uns
             }
             else
             {
-                for (Node* n = m_pFirst; n != nullptr; n = n->pNext)
+                for (const Entry& entry : m_regions)
                 {
-                    if (n->region.GetAddress() > address && n->region.GetAddress() < next)
-                        next = n->region.GetAddress();
+                    if (entry.region.GetAddress() > address && entry.region.GetAddress() < next)
+                        next = entry.region.GetAddress();
                 }
             }
             std::memset(pbyBuffer + (address - uiAddress), m_byFill, static_cast<size_t>(next - address));
@@ -486,7 +393,7 @@ void UMemoryImage::SetData(unsigned int uiAddress, const unsigned char* pbyData,
     // Reserving may move region buffers; bytes that come from one of them are copied aside first.
     ScopedBlock copy;
     const std::uintptr_t source = reinterpret_cast<std::uintptr_t>(pbyData);
-    for (Node* node = m_pFirst; node != nullptr && uiLength != 0; node = node->pNext)
+    for (auto node = m_regions.begin(); node != m_regions.end() && uiLength != 0; ++node)
     {
         if (!node->region.HasData())
             continue;
@@ -499,67 +406,74 @@ void UMemoryImage::SetData(unsigned int uiAddress, const unsigned char* pbyData,
     }
 
     Reserve(uiAddress, uiLength);
-    if (Node* node = FindContaining(uiAddress, uiLength, UseIndex()))
+    if (Entry* node = FindContaining(uiAddress, uiLength, UseIndex()))
         std::memcpy(node->region.GetData() + (uiAddress - node->region.GetAddress()), pbyData, uiLength);
 }
 
-// Walks from the head, the tail or the node last reached, whichever is nearest.
-UMemoryImage::Node* UMemoryImage::FindNode(unsigned long ulIndex) const
+// Walks from the front, the back or the entry last reached, whichever is nearest.
+UMemoryImage::Entry* UMemoryImage::FindEntry(unsigned long ulIndex) const
 {
-    if (ulIndex >= m_ulCount)
+    const unsigned long count = static_cast<unsigned long>(m_regions.size());
+    if (ulIndex >= count)
         return nullptr;
-    Node* node = m_pFirst;
+    RegionList& regions = const_cast<RegionList&>(m_regions);
+    RegionList::iterator it = regions.begin();
     unsigned long at = 0;
     unsigned long distance = ulIndex;
-    if (m_ulCount - 1 - ulIndex < distance)
+    if (count - 1 - ulIndex < distance)
     {
-        node = m_pLast;
-        at = m_ulCount - 1;
-        distance = m_ulCount - 1 - ulIndex;
+        it = std::prev(regions.end());
+        at = count - 1;
+        distance = count - 1 - ulIndex;
     }
-    if (m_pCursor != nullptr)
+    if (m_ulCursor != kNoCursor)
     {
         const unsigned long fromCursor = ulIndex > m_ulCursor ? ulIndex - m_ulCursor : m_ulCursor - ulIndex;
         if (fromCursor < distance)
         {
-            node = m_pCursor;
+            it = m_cursor;
             at = m_ulCursor;
         }
     }
     for (; at < ulIndex; ++at)
-        node = node->pNext;
+        ++it;
     for (; at > ulIndex; --at)
-        node = node->pPrevious;
-    m_pCursor = node;
+        --it;
+    m_cursor = it;
     m_ulCursor = ulIndex;
-    return node;
+    return &*it;
 }
 
 UMemoryRegion* UMemoryImage::GetMemoryRegion(unsigned long ulIndex)
 {
-    Node* node = FindNode(ulIndex);
-    if (node == nullptr)
+    return ExposeMemoryRegion(ulIndex);
+}
+
+UMemoryRegion* UMemoryImage::ExposeMemoryRegion(unsigned long ulIndex)
+{
+    Entry* entry = FindEntry(ulIndex);
+    if (entry == nullptr)
         return nullptr;
-    if (!node->bExposed)
+    if (!entry->bExposed)
     {
         // The caller may move or resize this region from now on: the index can no longer vouch
         // for the regions' places, and the list walks answer until the region is gone.
-        node->bExposed = 1;
+        entry->bExposed = 1;
         ++m_ulExposed;
         DropIndex();
     }
-    return &node->region;
+    return &entry->region;
 }
 
 const UMemoryRegion* UMemoryImage::GetMemoryRegion(unsigned long ulIndex) const
 {
-    Node* node = FindNode(ulIndex);
-    return node != nullptr ? &node->region : nullptr;
+    Entry* entry = FindEntry(ulIndex);
+    return entry != nullptr ? &entry->region : nullptr;
 }
 
 unsigned int UMemoryImage::GetStartAddress() const
 {
-    return m_pFirst != nullptr ? m_pFirst->region.GetAddress() : 0;
+    return m_regions.empty() ? 0 : m_regions.front().region.GetAddress();
 }
 
 }}} // namespace Oskal::Lib::BIM

@@ -1,18 +1,9 @@
 #include <Oskal/Lib/BIM/USoftwareInformationBlock.h>
 
 #include <Oskal/Lib/BIM/UMemoryImage.h>
+#include <Oskal/Lib/Internal/ByteOrder.h>
 
 namespace Oskal { namespace Lib { namespace BIM {
-
-namespace {
-
-unsigned int ReadWord(const unsigned char* pby)
-{
-    return static_cast<unsigned int>(pby[0]) | static_cast<unsigned int>(pby[1]) << 8 |
-           static_cast<unsigned int>(pby[2]) << 16 | static_cast<unsigned int>(pby[3]) << 24;
-}
-
-} // namespace
 
 USoftwareInformationBlock::USoftwareInformationBlock()
     : m_uiAddress(0), m_eProduct(static_cast<UProduct>(0)), m_version(),
@@ -29,17 +20,17 @@ USoftwareInformationBlock* USoftwareInformationBlock::FromMemoryImage(unsigned i
         return nullptr;
     unsigned char magic[4];
     image.GetData(uiAddress, magic, sizeof(magic));
-    if (ReadWord(magic) != Magic)
+    if (Internal::LoadLE32(magic) != Magic)
         return nullptr;
     unsigned char bytes[Size];
     image.GetData(uiAddress, bytes, Size);
 
     USoftwareInformationBlock* block = new USoftwareInformationBlock();
     block->m_uiAddress = uiAddress;
-    block->m_eProduct = static_cast<UProduct>(ReadWord(bytes + 4));
+    block->m_eProduct = static_cast<UProduct>(Internal::LoadLE32(bytes + 4));
     // The top byte of the version word is not part of the version.
-    block->m_version = UVersion(static_cast<unsigned long>(ReadWord(bytes + 8)));
-    block->m_eHardwareRevisions = static_cast<UHardwareRevision>(ReadWord(bytes + 12));
+    block->m_version = UVersion(static_cast<unsigned long>(Internal::LoadLE32(bytes + 8)));
+    block->m_eHardwareRevisions = static_cast<UHardwareRevision>(Internal::LoadLE32(bytes + 12));
     return block;
 }
 

@@ -1,6 +1,7 @@
 #include <Oskal/Lib/Collections/UChunkQueue.h>
 
 #include <Oskal/Lib/Memory.h>
+#include <Oskal/Lib/Threading/UCriticalSectionAutoLock.h>
 #include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UShuttingDownException.h>
 #include <Oskal/Lib/UTimeoutException.h>
@@ -14,19 +15,6 @@ namespace Oskal { namespace Lib { namespace Collections {
 using namespace Exceptions;
 
 namespace {
-
-// Holds the queue's lock for one scope, so that a throw can never leave it entered.
-class LockScope
-{
-public:
-    explicit LockScope(CRITICAL_SECTION* pLock) : m_pLock(pLock) { EnterCriticalSection(m_pLock); }
-    ~LockScope() { LeaveCriticalSection(m_pLock); }
-    LockScope(const LockScope&) = delete;
-    LockScope& operator=(const LockScope&) = delete;
-
-private:
-    CRITICAL_SECTION* m_pLock;
-};
 
 HANDLE CreateQueueEvent(BOOL bManualReset, BOOL bInitialState)
 {
@@ -77,7 +65,6 @@ UChunkQueue::UChunkQueue(unsigned long ulBufferSize, void* hShutdownEvent)
       m_hSpaceChanged(nullptr), m_pbyRing(nullptr), m_ulRingSize(ulBufferSize), m_ulUsed(0), m_ulReadPosition(0),
       m_ulWritePosition(0)
 {
-    InitializeCriticalSection(&m_lock);
     try
     {
         m_hWriterTurn = CreateQueueEvent(FALSE, TRUE);
@@ -91,14 +78,12 @@ UChunkQueue::UChunkQueue(unsigned long ulBufferSize, void* hShutdownEvent)
         for (HANDLE hEvent : {m_hWriterTurn, m_hSpaceAvailable, m_hDataAvailable, m_hSpaceChanged})
             if (hEvent != nullptr)
                 CloseHandle(hEvent);
-        DeleteCriticalSection(&m_lock);
         throw;
     }
 }
 
 UChunkQueue::~UChunkQueue()
 {
-    DeleteCriticalSection(&m_lock);
     CloseHandle(m_hWriterTurn);
     CloseHandle(m_hSpaceAvailable);
     CloseHandle(m_hDataAvailable);
@@ -108,7 +93,9 @@ UChunkQueue::~UChunkQueue()
 
 UChunkQueue& UChunkQueue::operator=(const UChunkQueue& other)
 {
-    std::memcpy(&m_lock, &other.m_lock, sizeof(m_lock));
+    // Kept: a bitwise copy of everything, the lock's state included, with no release of what
+    // this object held (pinned by UChunkQueue.AssignmentSharesTheResources)
+    std::memcpy(static_cast<void*>(&m_lock), &other.m_lock, sizeof(m_lock));
     m_hWriterTurn = other.m_hWriterTurn;
     m_hSpaceAvailable = other.m_hSpaceAvailable;
     m_hDataAvailable = other.m_hDataAvailable;
@@ -170,43 +157,43 @@ void UChunkQueue::Enqueue(void* pvData, unsigned long ulLength, unsigned long ul
             throw UWin32Exception(L"Waiting for the queue failed.", dwError);
         }
 
-        EnterCriticalSection(&m_lock);
+        Threading::UCriticalSectionAutoLock lock(m_lock);
         // Written so that a huge ulLength cannot wrap around: free >= ulLength + 4.
         unsigned long ulFree = m_ulRingSize - m_ulUsed;
         if (ulFree >= 4 && ulFree - 4 >= ulLength)
+        {
+            std::memcpy(m_pbyRing + m_ulWritePosition, &ulLength, 4);
+            m_ulWritePosition = (m_ulWritePosition + 4) % m_ulRingSize;
+            m_ulUsed += 4;
+
+            CopyToRing(m_pbyRing, m_ulRingSize, m_ulWritePosition, static_cast<const unsigned char*>(pvData),
+                       ulLength);
+            m_ulWritePosition = (m_ulWritePosition + ulLength) % m_ulRingSize;
+            m_ulUsed += ulLength;
+
+            unsigned long ulAligned = (m_ulWritePosition + 3) & ~3UL;
+            m_ulUsed += ulAligned - m_ulWritePosition;
+            m_ulWritePosition = ulAligned % m_ulRingSize;
+
+            SetEvent(m_hDataAvailable);
+            if (m_ulUsed >= m_ulRingSize)
+            {
+                ResetEvent(m_hSpaceAvailable);
+            }
+            else
+            {
+                SetEvent(m_hSpaceAvailable);
+                SetEvent(m_hSpaceChanged);
+            }
             break;
+        }
         if (ulTimeout != kInfinite)
         {
             DWORD dwElapsed = GetTickCount() - dwBefore;
             ulRemaining = dwElapsed < ulRemaining ? ulRemaining - dwElapsed : 0;
         }
-        LeaveCriticalSection(&m_lock);
     }
-
-    // The lock is held from here on.
-    std::memcpy(m_pbyRing + m_ulWritePosition, &ulLength, 4);
-    m_ulWritePosition = (m_ulWritePosition + 4) % m_ulRingSize;
-    m_ulUsed += 4;
-
-    CopyToRing(m_pbyRing, m_ulRingSize, m_ulWritePosition, static_cast<const unsigned char*>(pvData), ulLength);
-    m_ulWritePosition = (m_ulWritePosition + ulLength) % m_ulRingSize;
-    m_ulUsed += ulLength;
-
-    unsigned long ulAligned = (m_ulWritePosition + 3) & ~3UL;
-    m_ulUsed += ulAligned - m_ulWritePosition;
-    m_ulWritePosition = ulAligned % m_ulRingSize;
-
-    SetEvent(m_hDataAvailable);
-    if (m_ulUsed >= m_ulRingSize)
-    {
-        ResetEvent(m_hSpaceAvailable);
-    }
-    else
-    {
-        SetEvent(m_hSpaceAvailable);
-        SetEvent(m_hSpaceChanged);
-    }
-    LeaveCriticalSection(&m_lock);
+    // The chunk is in and the lock left: the next producer may go.
     SetEvent(m_hWriterTurn);
 }
 
@@ -224,7 +211,7 @@ unsigned long UChunkQueue::Dequeue(unsigned char* pbyBuffer, unsigned long ulBuf
     if (dwResult != WAIT_OBJECT_0 + 1)
         throw UWin32Exception(L"Waiting for the queue failed.", GetLastError());
 
-    LockScope lock(&m_lock);
+    Threading::UCriticalSectionAutoLock lock(m_lock);
     // Several consumers may wake for one chunk; the late ones find the ring empty.
     if (m_ulUsed < 4)
         return 0;
@@ -256,7 +243,7 @@ unsigned long UChunkQueue::Dequeue(unsigned char* pbyBuffer, unsigned long ulBuf
 
 unsigned long UChunkQueue::GetFillingLevel()
 {
-    LockScope lock(&m_lock);
+    Threading::UCriticalSectionAutoLock lock(m_lock);
     return m_ulUsed * 1000 / m_ulRingSize;
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <Oskal/Lib/Export.h>
-
-#include <windows.h>
+#include <Oskal/Lib/Threading/UCriticalSection.h>
+#include <Oskal/Lib/Win32Api.h>
 
 namespace Oskal { namespace Lib { namespace Collections {
 
@@ -18,8 +18,8 @@ public:
     UChunkQueue(unsigned long ulBufferSize, void* hShutdownEvent);
     ~UChunkQueue();
 
-    // Copies every field as it stands, handles and ring included: both objects then share the
-    // same resources.
+    // Copies every field as it stands, lock, handles and ring included: both objects then share
+    // the same resources, and both release them.
     UChunkQueue& operator=(const UChunkQueue& other);
 
     // Adds one chunk, waiting up to ulTimeout ms (0xFFFFFFFF: no limit) for the producer turn and
@@ -44,7 +44,7 @@ private:
     // producer turn on to the next producer.
     void GiveUpWriterTurn();
 
-    CRITICAL_SECTION m_lock;
+    Threading::UCriticalSection m_lock;
     HANDLE m_hWriterTurn;
     HANDLE m_hSpaceAvailable;
     HANDLE m_hDataAvailable;

@@ -123,8 +123,9 @@ public:
         return 0;
     }
 
-    // Moves at most count elements down (the rest keep their places) and drops the length by
-    // min(count, length - start); this is the container's established behaviour. Always 0.
+    // Kept: moves at most count elements down (the rest keep their places) and drops the length
+    // by min(count, length - start), the container's established behaviour; always 0 (pinned by
+    // UVector.RemoveRangeMovesAtMostCountElements)
     int RemoveRange(unsigned long ulStart, unsigned long ulCount)
     {
         if (ulStart >= m_ulLength)

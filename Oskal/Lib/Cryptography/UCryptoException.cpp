@@ -2,12 +2,7 @@
 
 namespace Oskal { namespace Lib { namespace Cryptography {
 
-UCryptoException::UCryptoException() {}
+OSKAL_IMPLEMENT_EXCEPTION(UCryptoException, Exceptions::UException)
 
-UCryptoException::UCryptoException(const wchar_t* pszMessage) : Exceptions::UException(pszMessage) {}
-
-UCryptoException::UCryptoException(const UCryptoException& other) : Exceptions::UException(other) {}
-
-UCryptoException::~UCryptoException() {}
-
-}}} // namespace Oskal::Lib::Cryptography
+}
+}} // namespace Oskal::Lib

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UException.h>
 
@@ -8,10 +9,7 @@ namespace Oskal { namespace Lib { namespace Cryptography {
 class OSKAL_LIB_API UCryptoException : public Exceptions::UException
 {
 public:
-    UCryptoException();
-    explicit UCryptoException(const wchar_t* pszMessage);
-    UCryptoException(const UCryptoException& other);
-    ~UCryptoException() override;
+    OSKAL_DECLARE_EXCEPTION(UCryptoException)
 };
 
 }}} // namespace Oskal::Lib::Cryptography

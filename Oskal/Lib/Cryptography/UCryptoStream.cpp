@@ -1,6 +1,7 @@
 #include <Oskal/Lib/Cryptography/UCryptoStream.h>
 
 #include <Oskal/Lib/Cryptography/UCryptoException.h>
+#include <Oskal/Lib/Internal/ArgumentChecks.h>
 #include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UNotSupportedException.h>
 
@@ -33,10 +34,8 @@ UCryptoStream::UCryptoStream(IO::UStream* pStream, ICryptoTransform* pTransform,
       m_ulInputBufferPending(0), m_pbyOutputBuffer(nullptr), m_ulOutputBlockSize(0), m_ulOutputBufferSize(0),
       m_ulOutputPosition(0), m_ulOutputAvailable(0)
 {
-    if (pStream == nullptr)
-        throw Exceptions::UArgumentException(L"pStream", L"Argument 'pStream' must not be NULL.");
-    if (pTransform == nullptr)
-        throw Exceptions::UArgumentException(L"pTransform", L"Argument 'pTransform' must not be NULL.");
+    Internal::ThrowIfNull(pStream, L"pStream");
+    Internal::ThrowIfNull(pTransform, L"pTransform");
     if (eMode != eCryptoStreamMode_Read && eMode != eCryptoStreamMode_Write)
         return;
     m_ulInputBlockSize = pTransform->GetInputBlockSize();
@@ -150,8 +149,7 @@ void UCryptoStream::Write(const void* pvBuffer, long lCount)
         throw Exceptions::UNotSupportedException(L"Stream is not writeable.");
     if (m_bFinalBlockTransformed)
         throw UCryptoException(L"The final block has already been transformed.");
-    if (lCount < 0)
-        throw Exceptions::UArgumentException(L"lCount", L"Argument 'lCount' must be >= 0.");
+    Internal::ThrowIfNegative(lCount, L"lCount");
 
     const unsigned char* data = static_cast<const unsigned char*>(pvBuffer);
     unsigned long remaining = static_cast<unsigned long>(lCount);
@@ -300,12 +298,10 @@ void UCryptoStream::TransformFinal()
 
 long UCryptoStream::Read(void* pvBuffer, long lCount)
 {
-    if (pvBuffer == nullptr)
-        throw Exceptions::UArgumentException(L"pvBuffer", L"Argument 'pvBuffer' must not be NULL.");
+    Internal::ThrowIfNull(pvBuffer, L"pvBuffer");
     if (!CanRead())
         throw Exceptions::UNotSupportedException(L"Stream is not readable.");
-    if (lCount < 0)
-        throw Exceptions::UArgumentException(L"lCount", L"Argument 'lCount' must be >= 0.");
+    Internal::ThrowIfNegative(lCount, L"lCount");
 
     unsigned char* out = static_cast<unsigned char*>(pvBuffer);
     const unsigned long wanted = static_cast<unsigned long>(lCount);

@@ -1,6 +1,7 @@
 #include <Oskal/Lib/Cryptography/URijndaelTransform.h>
 
 #include <Oskal/Lib/Cryptography/UCryptoCpu.h>
+#include <Oskal/Lib/Internal/ArgumentChecks.h>
 #include <Oskal/Lib/UArgumentException.h>
 
 #include <windows.h>
@@ -407,8 +408,7 @@ URijndaelTransform::URijndaelTransform(int bEncrypting, unsigned long ulBlockSiz
         throw Exceptions::UArgumentException(L"ulBlockSize", L"Invalid block size.");
     if (ulKeySize != 128 && ulKeySize != 192 && ulKeySize != 256)
         throw Exceptions::UArgumentException(L"ulKeySize", L"Key size is not supported by the algorithm.");
-    if (pbyKey == nullptr)
-        throw Exceptions::UArgumentException(L"pbyKey", L"Argument 'pbyKey' must not be NULL.");
+    Internal::ThrowIfNull(pbyKey, L"pbyKey");
     m_ulKeySize = ulKeySize;
     m_iRounds = static_cast<int>(ulKeySize / 32) + 6;
     // Two schedules plus slack to align them for the AES instructions' memory operands.
@@ -494,10 +494,8 @@ unsigned long URijndaelTransform::TransformBlock(const unsigned char* pbyInput, 
     // Runs of ECB and CBC blocks take the bulk paths; everything else goes block by block.
     if ((m_eCipherMode != eCipherMode_ECB && m_eCipherMode != eCipherMode_CBC) || ulCount < kBlock)
         return USymmetricTransform::TransformBlock(pbyInput, ulCount, pbyOutput);
-    if (pbyInput == nullptr)
-        throw Exceptions::UArgumentException(L"pbyInput", L"Argument 'pbyInput' must not be NULL.");
-    if (pbyOutput == nullptr)
-        throw Exceptions::UArgumentException(L"pbyOutput", L"Argument 'pbyOutput' must not be NULL.");
+    Internal::ThrowIfNull(pbyInput, L"pbyInput");
+    Internal::ThrowIfNull(pbyOutput, L"pbyOutput");
     const unsigned long blocks = ulCount / kBlock;
     if (m_eCipherMode == eCipherMode_ECB)
     {

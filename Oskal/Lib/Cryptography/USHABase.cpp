@@ -1,6 +1,7 @@
 #include <Oskal/Lib/Cryptography/USHABase.h>
 
 #include <Oskal/Lib/Cryptography/UCryptoException.h>
+#include <Oskal/Lib/Internal/ArgumentChecks.h>
 #include <Oskal/Lib/UArgumentException.h>
 
 #include <windows.h>
@@ -102,10 +103,8 @@ void USHABase::AddBits(unsigned long ulLow, unsigned long ulHigh)
 
 void USHABase::Prepare(const void* pvData, long lCount)
 {
-    if (lCount < 0)
-        throw Exceptions::UArgumentException(L"lCount", L"Argument 'lCount' must be >= 0.");
-    if (pvData == nullptr)
-        throw Exceptions::UArgumentException(L"pvData", L"Argument 'pvData' must not be NULL.");
+    Internal::ThrowIfNegative(lCount, L"lCount");
+    Internal::ThrowIfNull(pvData, L"pvData");
     if (m_bCorrupted)
         throw UCryptoException(L"Digest is corrupt.");
     if (m_bFinished)

@@ -1,5 +1,6 @@
 #define _CRT_RAND_S
 #include <Oskal/Lib/Cryptography/USymmetricAlgorithm.h>
+#include <Oskal/Lib/Internal/ArgumentChecks.h>
 
 #include <Oskal/Lib/Cryptography/UCryptoException.h>
 #include <Oskal/Lib/UArgumentException.h>
@@ -175,8 +176,7 @@ void USymmetricAlgorithm::SetInitializationVector(const unsigned char* pbyIV, un
     if (ulSize * 8 != m_ulBlockSize)
         throw Exceptions::UArgumentException(L"ulSize",
                                              L"Length of the initialization vector must match the block size.");
-    if (pbyIV == nullptr)
-        throw Exceptions::UArgumentException(L"pbyIV", L"Argument 'pbyIV' must not be NULL.");
+    Internal::ThrowIfNull(pbyIV, L"pbyIV");
     std::memmove(m_pbyIV, pbyIV, ulSize);
 }
 
@@ -184,8 +184,7 @@ void USymmetricAlgorithm::SetKey(const unsigned char* pbyKey, unsigned long ulSi
 {
     if (!IsLegalKeySize(ulSize * 8))
         throw Exceptions::UArgumentException(L"ulSize", L"Key size is not supported by the algorithm.");
-    if (pbyKey == nullptr)
-        throw Exceptions::UArgumentException(L"pbyKey", L"Argument 'pbyKey' must not be NULL.");
+    Internal::ThrowIfNull(pbyKey, L"pbyKey");
     unsigned char* key = new unsigned char[ulSize + 1]();
     std::memcpy(key, pbyKey, ulSize);
     Discard(m_pbyKey, m_ulKeySize / 8);

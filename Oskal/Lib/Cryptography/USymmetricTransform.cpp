@@ -1,6 +1,7 @@
 #include <Oskal/Lib/Cryptography/USymmetricTransform.h>
 
 #include <Oskal/Lib/Cryptography/UCryptoException.h>
+#include <Oskal/Lib/Internal/ArgumentChecks.h>
 #include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UNotSupportedException.h>
 
@@ -99,10 +100,8 @@ unsigned long USymmetricTransform::TransformBlock(const unsigned char* pbyInput,
 {
     if (ulCount == 0)
         return 0;
-    if (pbyInput == nullptr)
-        throw Exceptions::UArgumentException(L"pbyInput", L"Argument 'pbyInput' must not be NULL.");
-    if (pbyOutput == nullptr)
-        throw Exceptions::UArgumentException(L"pbyOutput", L"Argument 'pbyOutput' must not be NULL.");
+    Internal::ThrowIfNull(pbyInput, L"pbyInput");
+    Internal::ThrowIfNull(pbyOutput, L"pbyOutput");
     for (unsigned long offset = 0; ulCount - offset >= m_ulBlockSize; offset += m_ulBlockSize)
         Transform(pbyInput + offset, pbyOutput + offset);
     return ulCount;
@@ -168,9 +167,10 @@ void USymmetricTransform::CFB(const unsigned char* pbyInput, unsigned char* pbyO
     {
         // The forward cipher in both directions (ECB knows this from the mode).
         ECB(m_pbyChain, cipher);
-        // The segment starts one byte further on per segment, not one segment further on.
+        // Kept: the segment starts one byte further on per segment, not one segment further on.
         // With one-byte or whole-block feedback that is standard CFB; other sizes give this
-        // library's own results, which existing data depends on.
+        // library's own results, which existing data depends on (pinned by
+        // Rijndael.CfbSegmentsAdvanceOneBytePerSegment)
         const unsigned char* in = input + s;
         unsigned char* out = pbyOutput + s;
         unsigned char* feedback = m_pbyChain + m_ulBlockSize - fb;
@@ -197,8 +197,8 @@ void USymmetricTransform::CTS(const unsigned char*, unsigned char*)
 
 UVector<unsigned char> USymmetricTransform::TransformFinalBlock(const unsigned char* pbyInput, unsigned long ulCount)
 {
-    if (ulCount != 0 && pbyInput == nullptr)
-        throw Exceptions::UArgumentException(L"pbyInput", L"Argument 'pbyInput' must not be NULL.");
+    if (ulCount != 0)
+        Internal::ThrowIfNull(pbyInput, L"pbyInput");
     const unsigned long block = m_ulBlockSize;
     const bool padded = m_ePaddingMode == ePaddingMode_ANSIX923 || m_ePaddingMode == ePaddingMode_ISO10126 ||
                         m_ePaddingMode == ePaddingMode_PKCS7;
@@ -232,7 +232,8 @@ UVector<unsigned char> USymmetricTransform::TransformFinalBlock(const unsigned c
             last[block - 1] = padLength;
             break;
         case ePaddingMode_ISO10126:
-            // Seeded the same way every time, so the filler repeats: existing files carry it.
+            // Kept: seeded the same way every time, so the filler repeats; existing files carry it
+            // (pinned by Rijndael.PaddingModes)
             std::srand(1);
             for (unsigned long i = rest; i < block; ++i)
                 last[i] = static_cast<unsigned char>(std::rand());

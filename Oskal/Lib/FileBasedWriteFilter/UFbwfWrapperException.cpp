@@ -4,13 +4,16 @@ namespace Oskal { namespace Lib { namespace FileBasedWriteFilter {
 
 UFbwfWrapperException::UFbwfWrapperException() : m_code(0) {}
 
-UFbwfWrapperException::UFbwfWrapperException(const wchar_t* pszMessage) : Exceptions::UException(pszMessage), m_code(0) {}
+UFbwfWrapperException::UFbwfWrapperException(const wchar_t* pszMessage) : Exceptions::UException(pszMessage), m_code(0)
+{
+}
 
-UFbwfWrapperException::UFbwfWrapperException(const wchar_t* pszMessage, unsigned long ulCode) : Exceptions::UException(pszMessage), m_code(ulCode) {}
+UFbwfWrapperException::UFbwfWrapperException(const wchar_t* pszMessage, unsigned long ulCode)
+    : Exceptions::UException(pszMessage), m_code(ulCode)
+{
+}
 
-UFbwfWrapperException::UFbwfWrapperException(const UFbwfWrapperException& other) : Exceptions::UException(other), m_code(other.m_code) {}
-
-UFbwfWrapperException::~UFbwfWrapperException() {}
+OSKAL_IMPLEMENT_EXCEPTION_COPY(UFbwfWrapperException)
 
 unsigned long UFbwfWrapperException::GetErrorCode() const
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UException.h>
 
@@ -11,8 +12,7 @@ public:
     UFbwfWrapperException();
     explicit UFbwfWrapperException(const wchar_t* pszMessage);
     UFbwfWrapperException(const wchar_t* pszMessage, unsigned long ulCode);
-    UFbwfWrapperException(const UFbwfWrapperException& other);
-    ~UFbwfWrapperException() override;
+    OSKAL_DECLARE_EXCEPTION_COPY(UFbwfWrapperException)
 
     unsigned long GetErrorCode() const;
 

@@ -8,9 +8,7 @@ UFileIoException::UFileIoException(const wchar_t* pszMessage) : UIoException(psz
 
 UFileIoException::UFileIoException(const wchar_t*, long lCode) : UIoException(L""), m_code(lCode) {}
 
-UFileIoException::UFileIoException(const UFileIoException& other) : UIoException(other), m_code(other.m_code) {}
-
-UFileIoException::~UFileIoException() {}
+OSKAL_IMPLEMENT_EXCEPTION_COPY(UFileIoException)
 
 long UFileIoException::GetErrorCode() const
 {

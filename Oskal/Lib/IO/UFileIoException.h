@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/IO/UIoException.h>
 
@@ -10,10 +11,10 @@ class OSKAL_LIB_API UFileIoException : public UIoException
 public:
     UFileIoException();
     explicit UFileIoException(const wchar_t* pszMessage);
-    // Keeps only the code: the message stays empty, whatever is passed.
+    // Kept: keeps only the code; the message stays empty, whatever is passed (pinned by
+    // Exceptions.ErrorCodesSurviveTheThrow)
     UFileIoException(const wchar_t* pszMessage, long lCode);
-    UFileIoException(const UFileIoException& other);
-    ~UFileIoException() override;
+    OSKAL_DECLARE_EXCEPTION_COPY(UFileIoException)
 
     long GetErrorCode() const;
 

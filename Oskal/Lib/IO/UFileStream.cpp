@@ -1,6 +1,7 @@
 #include <Oskal/Lib/IO/UFileStream.h>
 
 #include <Oskal/Lib/IO/UFileIoException.h>
+#include <Oskal/Lib/Internal/ArgumentChecks.h>
 #include <Oskal/Lib/UArgumentException.h>
 
 #include <windows.h>
@@ -93,11 +94,9 @@ int UFileStream::IsDataAvailable() const
 
 long UFileStream::Read(void* pvBuffer, long lCount)
 {
-    if (pvBuffer == nullptr)
-        throw Exceptions::UArgumentException(L"pvBuffer", L"Argument 'pvBuffer' must not be NULL.");
+    Internal::ThrowIfNull(pvBuffer, L"pvBuffer");
     // A negative count would turn into a huge unsigned ReadFile count.
-    if (lCount < 0)
-        throw Exceptions::UArgumentException(L"lCount", L"Argument 'lCount' must be >= 0.");
+    Internal::ThrowIfNegative(lCount, L"lCount");
 
     DWORD dwToRead = static_cast<DWORD>(lCount);
     if (m_llViewStart >= 0)
@@ -157,8 +156,7 @@ void UFileStream::SetView(long long llStart, long long llLength)
 
 void UFileStream::Write(const void* pvBuffer, long lCount)
 {
-    if (lCount < 0)
-        throw Exceptions::UArgumentException(L"lCount", L"Argument 'lCount' must be >= 0.");
+    Internal::ThrowIfNegative(lCount, L"lCount");
     DWORD dwWritten = 0;
     if (!WriteFile(m_hFile, pvBuffer, static_cast<DWORD>(lCount), &dwWritten, nullptr))
         ThrowLastError(L"Writing file failed.");

@@ -2,12 +2,7 @@
 
 namespace Oskal { namespace Lib { namespace IO {
 
-UIoException::UIoException() {}
+OSKAL_IMPLEMENT_EXCEPTION(UIoException, Exceptions::UException)
 
-UIoException::UIoException(const wchar_t* pszMessage) : Exceptions::UException(pszMessage) {}
-
-UIoException::UIoException(const UIoException& other) : Exceptions::UException(other) {}
-
-UIoException::~UIoException() {}
-
-}}} // namespace Oskal::Lib::IO
+}
+}} // namespace Oskal::Lib

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UException.h>
 
@@ -8,10 +9,7 @@ namespace Oskal { namespace Lib { namespace IO {
 class OSKAL_LIB_API UIoException : public Exceptions::UException
 {
 public:
-    UIoException();
-    explicit UIoException(const wchar_t* pszMessage);
-    UIoException(const UIoException& other);
-    ~UIoException() override;
+    OSKAL_DECLARE_EXCEPTION(UIoException)
 };
 
 }}} // namespace Oskal::Lib::IO

@@ -1,20 +1,8 @@
 #include <Oskal/Lib/Logging/ULoggingException.h>
 
-namespace Oskal
-{
-namespace Lib
-{
-namespace Logging
-{
+namespace Oskal { namespace Lib { namespace Logging {
 
-ULoggingException::ULoggingException() {}
+OSKAL_IMPLEMENT_EXCEPTION(ULoggingException, Exceptions::UException)
 
-ULoggingException::ULoggingException(const wchar_t* pszMessage) : Exceptions::UException(pszMessage) {}
-
-ULoggingException::ULoggingException(const ULoggingException& other) : Exceptions::UException(other) {}
-
-ULoggingException::~ULoggingException() {}
-
-} // namespace Logging
-} // namespace Lib
-} // namespace Oskal
+}
+}} // namespace Oskal::Lib

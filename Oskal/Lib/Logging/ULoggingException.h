@@ -1,24 +1,15 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UException.h>
 
-namespace Oskal
-{
-namespace Lib
-{
-namespace Logging
-{
+namespace Oskal { namespace Lib { namespace Logging {
 
 class OSKAL_LIB_API ULoggingException : public Exceptions::UException
 {
 public:
-    ULoggingException();
-    explicit ULoggingException(const wchar_t* pszMessage);
-    ULoggingException(const ULoggingException& other);
-    ~ULoggingException() override;
+    OSKAL_DECLARE_EXCEPTION(ULoggingException)
 };
 
-} // namespace Logging
-} // namespace Lib
-} // namespace Oskal
+}}} // namespace Oskal::Lib::Logging

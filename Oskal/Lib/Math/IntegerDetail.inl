@@ -5,6 +5,7 @@
 
 #include <cstddef>
 
+#include <Oskal/Lib/Internal/ArgumentChecks.h>
 #include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UFormatException.h>
 #include <Oskal/Lib/UOverflowException.h>
@@ -31,8 +32,7 @@ struct ParsedInteger
 // Returns the bit pattern; signed callers apply their own range rules for decimal text.
 template <typename U> U ParseUnsigned(const wchar_t* pszText, bool bAcceptMinus, ParsedInteger* pInfo)
 {
-    if (pszText == nullptr)
-        throw Exceptions::UArgumentException(L"pszText", L"Argument 'pszText' must not be NULL.");
+    Internal::ThrowIfNull(pszText, L"pszText");
 
     const wchar_t* p = pszText;
     pInfo->negative = false;

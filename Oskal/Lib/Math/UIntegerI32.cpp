@@ -37,6 +37,9 @@ UIntegerI32 UIntegerI32::operator*(const UIntegerI32& other) const
     long a = m_value, b = other.m_value;
     if (a == 0 || b == 0)
         return UIntegerI32(0);
+    // Kept: only the sign of the exact product is checked, which never fails, and the low 32
+    // bits are returned, so a product beyond 32 bits comes back truncated (pinned by
+    // IntegerArithmetic.SignedThirtyTwoMultiplyNeverThrowsAndTruncates)
     __int64 product = static_cast<__int64>(a) * static_cast<__int64>(b);
     bool sameSign = (a < 0) == (b < 0);
     if ((sameSign && product < 0) || (!sameSign && product > 0))

@@ -2,12 +2,7 @@
 
 namespace Oskal { namespace Lib { namespace Messaging {
 
-UMessagingException::UMessagingException() {}
+OSKAL_IMPLEMENT_EXCEPTION(UMessagingException, Exceptions::UException)
 
-UMessagingException::UMessagingException(const wchar_t* pszMessage) : Exceptions::UException(pszMessage) {}
-
-UMessagingException::UMessagingException(const UMessagingException& other) : Exceptions::UException(other) {}
-
-UMessagingException::~UMessagingException() {}
-
-}}} // namespace Oskal::Lib::Messaging
+}
+}} // namespace Oskal::Lib

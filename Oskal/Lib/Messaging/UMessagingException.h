@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UException.h>
 
@@ -8,10 +9,7 @@ namespace Oskal { namespace Lib { namespace Messaging {
 class OSKAL_LIB_API UMessagingException : public Exceptions::UException
 {
 public:
-    UMessagingException();
-    explicit UMessagingException(const wchar_t* pszMessage);
-    UMessagingException(const UMessagingException& other);
-    ~UMessagingException() override;
+    OSKAL_DECLARE_EXCEPTION(UMessagingException)
 };
 
 }}} // namespace Oskal::Lib::Messaging

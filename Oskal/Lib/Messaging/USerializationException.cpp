@@ -2,12 +2,7 @@
 
 namespace Oskal { namespace Lib { namespace Messaging { namespace Serialization {
 
-USerializationException::USerializationException() {}
+OSKAL_IMPLEMENT_EXCEPTION(USerializationException, UMessagingException)
 
-USerializationException::USerializationException(const wchar_t* pszMessage) : UMessagingException(pszMessage) {}
-
-USerializationException::USerializationException(const USerializationException& other) : UMessagingException(other) {}
-
-USerializationException::~USerializationException() {}
-
-}}}} // namespace Oskal::Lib::Messaging::Serialization
+}
+}}} // namespace Oskal::Lib::Messaging

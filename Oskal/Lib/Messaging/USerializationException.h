@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/Messaging/UMessagingException.h>
 
@@ -8,10 +9,7 @@ namespace Oskal { namespace Lib { namespace Messaging { namespace Serialization 
 class OSKAL_LIB_API USerializationException : public UMessagingException
 {
 public:
-    USerializationException();
-    explicit USerializationException(const wchar_t* pszMessage);
-    USerializationException(const USerializationException& other);
-    ~USerializationException() override;
+    OSKAL_DECLARE_EXCEPTION(USerializationException)
 };
 
 }}}} // namespace Oskal::Lib::Messaging::Serialization

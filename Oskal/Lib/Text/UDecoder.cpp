@@ -1,5 +1,6 @@
 #include <Oskal/Lib/Text/UDecoder.h>
 
+#include <Oskal/Lib/Internal/ArgumentChecks.h>
 #include <Oskal/Lib/Text/UDecoderFallbackException.h>
 #include <Oskal/Lib/Text/UEncoding.h>
 #include <Oskal/Lib/UArgumentException.h>
@@ -132,10 +133,10 @@ unsigned long UDecoder::Decode(const unsigned char* pbyInput, unsigned long ulIn
                                unsigned long ulOutputSize, int bFlush, EMode eMode, const wchar_t* pszInvalidMessage,
                                unsigned long* pulBytesUsed, int* pbCompleted)
 {
-    if (pbyInput == nullptr && ulInputCount != 0)
-        throw UArgumentException(L"pbyInput", L"Argument 'pbyInput' must not be NULL.");
-    if (pwcOutput == nullptr && eMode != eMode_Count && ulOutputSize != 0)
-        throw UArgumentException(L"pwcOutput", L"Argument 'pwcOutput' must not be NULL.");
+    if (ulInputCount != 0)
+        Internal::ThrowIfNull(pbyInput, L"pbyInput");
+    if (eMode != eMode_Count && ulOutputSize != 0)
+        Internal::ThrowIfNull(pwcOutput, L"pwcOutput");
     const bool counting = eMode == eMode_Count;
     if (pwcOutput == nullptr)
         ulOutputSize = 0;

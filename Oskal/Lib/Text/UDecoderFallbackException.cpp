@@ -2,10 +2,11 @@
 
 namespace Oskal { namespace Lib { namespace Text {
 
-UDecoderFallbackException::UDecoderFallbackException(const wchar_t* pszMessage) : Exceptions::UArgumentException(L"", pszMessage) {}
+UDecoderFallbackException::UDecoderFallbackException(const wchar_t* pszMessage)
+    : Exceptions::UArgumentException(L"", pszMessage)
+{
+}
 
-UDecoderFallbackException::UDecoderFallbackException(const UDecoderFallbackException& other) : Exceptions::UArgumentException(other) {}
-
-UDecoderFallbackException::~UDecoderFallbackException() {}
+OSKAL_IMPLEMENT_EXCEPTION_COPY(UDecoderFallbackException)
 
 }}} // namespace Oskal::Lib::Text

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UArgumentException.h>
 
@@ -10,8 +11,7 @@ class OSKAL_LIB_API UDecoderFallbackException : public Exceptions::UArgumentExce
 public:
     // The argument name stays empty; the text is the message.
     explicit UDecoderFallbackException(const wchar_t* pszMessage);
-    UDecoderFallbackException(const UDecoderFallbackException& other);
-    ~UDecoderFallbackException() override;
+    OSKAL_DECLARE_EXCEPTION_COPY(UDecoderFallbackException)
 };
 
 }}} // namespace Oskal::Lib::Text

@@ -1,5 +1,6 @@
 #include <Oskal/Lib/Text/UEncoder.h>
 
+#include <Oskal/Lib/Internal/ArgumentChecks.h>
 #include <Oskal/Lib/Text/UEncoderFallbackException.h>
 #include <Oskal/Lib/Text/UEncoding.h>
 #include <Oskal/Lib/UArgumentException.h>
@@ -165,10 +166,10 @@ unsigned long UEncoder::Encode(const wchar_t* pwcInput, unsigned long ulInputCou
                                unsigned long ulOutputSize, int bFlush, EMode eMode, unsigned long* pulCharsUsed,
                                int* pbCompleted)
 {
-    if (pwcInput == nullptr && ulInputCount != 0)
-        throw UArgumentException(L"pwcInput", L"Argument 'pwcInput' must not be NULL.");
-    if (pbyOutput == nullptr && eMode != eMode_Count && ulOutputSize != 0)
-        throw UArgumentException(L"pbyOutput", L"Argument 'pbyOutput' must not be NULL.");
+    if (ulInputCount != 0)
+        Internal::ThrowIfNull(pwcInput, L"pwcInput");
+    if (eMode != eMode_Count && ulOutputSize != 0)
+        Internal::ThrowIfNull(pbyOutput, L"pbyOutput");
     const bool counting = eMode == eMode_Count;
     if (pbyOutput == nullptr)
         ulOutputSize = 0;

@@ -2,10 +2,11 @@
 
 namespace Oskal { namespace Lib { namespace Text {
 
-UEncoderFallbackException::UEncoderFallbackException(const wchar_t* pszMessage) : Exceptions::UArgumentException(L"", pszMessage) {}
+UEncoderFallbackException::UEncoderFallbackException(const wchar_t* pszMessage)
+    : Exceptions::UArgumentException(L"", pszMessage)
+{
+}
 
-UEncoderFallbackException::UEncoderFallbackException(const UEncoderFallbackException& other) : Exceptions::UArgumentException(other) {}
-
-UEncoderFallbackException::~UEncoderFallbackException() {}
+OSKAL_IMPLEMENT_EXCEPTION_COPY(UEncoderFallbackException)
 
 }}} // namespace Oskal::Lib::Text

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UArgumentException.h>
 
@@ -10,8 +11,7 @@ class OSKAL_LIB_API UEncoderFallbackException : public Exceptions::UArgumentExce
 public:
     // The argument name stays empty; the text is the message.
     explicit UEncoderFallbackException(const wchar_t* pszMessage);
-    UEncoderFallbackException(const UEncoderFallbackException& other);
-    ~UEncoderFallbackException() override;
+    OSKAL_DECLARE_EXCEPTION_COPY(UEncoderFallbackException)
 };
 
 }}} // namespace Oskal::Lib::Text

@@ -1,5 +1,7 @@
 #include <Oskal/Lib/Text/UEncoding.h>
 
+#include <Oskal/Lib/Internal/ArgumentChecks.h>
+#include <Oskal/Lib/Internal/ReleasePtr.h>
 #include <Oskal/Lib/Memory.h>
 #include <Oskal/Lib/Text/UDecoder.h>
 #include <Oskal/Lib/Text/UDecoderReplacementFallback.h>
@@ -21,21 +23,6 @@ using Exceptions::UArgumentException;
 
 namespace
 {
-
-// Releases a reference-counted object when the conversion leaves, by return or by exception.
-template <typename T> class ReleaseOnExit
-{
-public:
-    explicit ReleaseOnExit(T* p) : m_p(p) {}
-    ~ReleaseOnExit() { m_p->Release(); }
-    ReleaseOnExit(const ReleaseOnExit&) = delete;
-    ReleaseOnExit& operator=(const ReleaseOnExit&) = delete;
-    T* operator->() const { return m_p; }
-    T* Get() const { return m_p; }
-
-private:
-    T* m_p;
-};
 
 // A string that takes over a decoded buffer from the library heap instead of copying it.
 class AdoptedString : public UString
@@ -99,14 +86,13 @@ unsigned long UEncoding::GetMaxCharCount(unsigned long ulByteCount) const
 
 unsigned long UEncoding::GetByteCount(const wchar_t* pszInput)
 {
-    if (pszInput == nullptr)
-        throw UArgumentException(L"pwcInput", L"Argument 'pwcInput' must not be NULL.");
+    Internal::ThrowIfNull(pszInput, L"pwcInput");
     return GetByteCount(pszInput, static_cast<unsigned long>(std::wcslen(pszInput)));
 }
 
 unsigned long UEncoding::GetByteCount(const wchar_t* pwcInput, unsigned long ulInputCount)
 {
-    ReleaseOnExit<UEncoder> encoder(CreateEncoder());
+    Internal::ReleasePtr<UEncoder> encoder(CreateEncoder());
     encoder->m_ulPreambleOwed = 0;
     unsigned long charsUsed;
     int completed;
@@ -115,15 +101,14 @@ unsigned long UEncoding::GetByteCount(const wchar_t* pwcInput, unsigned long ulI
 
 unsigned long UEncoding::GetBytes(const wchar_t* pszInput, unsigned char* pbyOutput, unsigned long ulOutputSize)
 {
-    if (pszInput == nullptr)
-        throw UArgumentException(L"pwcInput", L"Argument 'pwcInput' must not be NULL.");
+    Internal::ThrowIfNull(pszInput, L"pwcInput");
     return GetBytes(pszInput, static_cast<unsigned long>(std::wcslen(pszInput)), pbyOutput, ulOutputSize);
 }
 
 unsigned long UEncoding::GetBytes(const wchar_t* pwcInput, unsigned long ulInputCount, unsigned char* pbyOutput,
                                   unsigned long ulOutputSize)
 {
-    ReleaseOnExit<UEncoder> encoder(CreateEncoder());
+    Internal::ReleasePtr<UEncoder> encoder(CreateEncoder());
     encoder->m_ulPreambleOwed = 0;
     unsigned long charsUsed;
     int completed;
@@ -133,9 +118,8 @@ unsigned long UEncoding::GetBytes(const wchar_t* pwcInput, unsigned long ulInput
 
 unsigned long UEncoding::GetCharCount(const unsigned char* pbyInput, unsigned long ulInputCount)
 {
-    if (pbyInput == nullptr)
-        throw UArgumentException(L"pbyInput", L"Argument 'pbyInput' must not be NULL.");
-    ReleaseOnExit<UDecoder> decoder(CreateDecoder());
+    Internal::ThrowIfNull(pbyInput, L"pbyInput");
+    Internal::ReleasePtr<UDecoder> decoder(CreateDecoder());
     unsigned long bytesUsed;
     int completed;
     return decoder->Decode(pbyInput, ulInputCount, nullptr, 0, 1, UDecoder::eMode_Count,
@@ -145,11 +129,9 @@ unsigned long UEncoding::GetCharCount(const unsigned char* pbyInput, unsigned lo
 unsigned long UEncoding::GetChars(const unsigned char* pbyInput, unsigned long ulInputCount, wchar_t* pwcOutput,
                                   unsigned long ulOutputSize)
 {
-    if (pbyInput == nullptr)
-        throw UArgumentException(L"pbyInput", L"Argument 'pbyInput' must not be NULL.");
-    if (pwcOutput == nullptr)
-        throw UArgumentException(L"pwcOutput", L"Argument 'pwcOutput' must not be NULL.");
-    ReleaseOnExit<UDecoder> decoder(CreateDecoder());
+    Internal::ThrowIfNull(pbyInput, L"pbyInput");
+    Internal::ThrowIfNull(pwcOutput, L"pwcOutput");
+    Internal::ReleasePtr<UDecoder> decoder(CreateDecoder());
     unsigned long bytesUsed;
     int completed;
     return decoder->Decode(pbyInput, ulInputCount, pwcOutput, ulOutputSize, 1, UDecoder::eMode_Write,
@@ -158,9 +140,8 @@ unsigned long UEncoding::GetChars(const unsigned char* pbyInput, unsigned long u
 
 UString UEncoding::GetString(const unsigned char* pbyInput, unsigned long ulInputCount)
 {
-    if (pbyInput == nullptr)
-        throw UArgumentException(L"pbyInput", L"Argument 'pbyInput' must not be NULL.");
-    ReleaseOnExit<UDecoder> decoder(CreateDecoder());
+    Internal::ThrowIfNull(pbyInput, L"pbyInput");
+    Internal::ReleasePtr<UDecoder> decoder(CreateDecoder());
     unsigned long bytesUsed;
     int completed;
 
@@ -198,6 +179,8 @@ UEncoderFallback* UEncoding::GetEncoderFallback() const
 
 void UEncoding::SetEncoderFallback(UEncoderFallback* pFallback)
 {
+    // Kept: this message has no full stop, unlike SetDecoderFallback's (pinned by
+    // EncodingBehaviour.MalformedReplacementsAndMessages)
     if (pFallback == nullptr)
         throw UArgumentException(L"pFallback", L"Argument 'pFallback' must not be NULL");
     pFallback->AddRef();
@@ -212,8 +195,7 @@ UDecoderFallback* UEncoding::GetDecoderFallback() const
 
 void UEncoding::SetDecoderFallback(UDecoderFallback* pFallback)
 {
-    if (pFallback == nullptr)
-        throw UArgumentException(L"pFallback", L"Argument 'pFallback' must not be NULL.");
+    Internal::ThrowIfNull(pFallback, L"pFallback");
     pFallback->AddRef();
     m_pDecoderFallback->Release();
     m_pDecoderFallback = pFallback;

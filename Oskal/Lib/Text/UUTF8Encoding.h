@@ -10,9 +10,9 @@ namespace Lib
 namespace Text
 {
 
-// UTF-8. The decoder is deliberately lenient at the sequence level (overlong forms, leads F5-F7,
-// stray continuation bytes read as two-byte leads); surrogate values and values beyond U+10FFFF
-// are left to the fallback.
+// UTF-8. Kept: the decoder is lenient at the sequence level (overlong forms, leads F5-F7, stray
+// continuation bytes read as two-byte leads); surrogate values and values beyond U+10FFFF are left
+// to the fallback (pinned by EncodingBehaviour.LenientFormsArePinned)
 class OSKAL_LIB_API UUTF8Encoding : public UEncoding
 {
 public:

@@ -2,12 +2,7 @@
 
 namespace Oskal { namespace Lib { namespace Xml {
 
-UXmlException::UXmlException() {}
+OSKAL_IMPLEMENT_EXCEPTION(UXmlException, Exceptions::UException)
 
-UXmlException::UXmlException(const wchar_t* pszMessage) : Exceptions::UException(pszMessage) {}
-
-UXmlException::UXmlException(const UXmlException& other) : Exceptions::UException(other) {}
-
-UXmlException::~UXmlException() {}
-
-}}} // namespace Oskal::Lib::Xml
+}
+}} // namespace Oskal::Lib

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Oskal/Lib/ExceptionMacros.h>
 #include <Oskal/Lib/Export.h>
 #include <Oskal/Lib/UException.h>
 
@@ -8,10 +9,7 @@ namespace Oskal { namespace Lib { namespace Xml {
 class OSKAL_LIB_API UXmlException : public Exceptions::UException
 {
 public:
-    UXmlException();
-    explicit UXmlException(const wchar_t* pszMessage);
-    UXmlException(const UXmlException& other);
-    ~UXmlException() override;
+    OSKAL_DECLARE_EXCEPTION(UXmlException)
 };
 
 }}} // namespace Oskal::Lib::Xml

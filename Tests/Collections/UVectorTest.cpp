@@ -38,29 +38,11 @@ TEST(UVector, AddGrowsByTheGrowCount)
     v.Add(3);
     v.Add(4);
     EXPECT_EQ(7u, v.GetCapacity());
-
     // An element of the vector itself survives the reallocation it causes.
     UVector<UString> strings;
     strings.Add(UString(L"first"));
     strings.Add(strings[0]);
     EXPECT_STREQ(L"first", strings[1].GetBuffer());
-}
-
-TEST(UVector, AddVectorGrowsByTheLargerOfOtherLengthAndGrowCount)
-{
-    UVector<int> full = Sequence(3);
-    EXPECT_EQ(3u, full.Add(Sequence(5)));
-    EXPECT_EQ(8u, full.GetCapacity());
-    EXPECT_EQ((std::vector<int>{0, 1, 2, 0, 1, 2, 3, 4}), Items(full));
-
-    UVector<int> stepped = Sequence(2);
-    stepped.SetGrowCount(10);
-    stepped.Add(Sequence(3));
-    EXPECT_EQ(12u, stepped.GetCapacity());
-
-    UVector<int> self = Sequence(3);
-    self.Add(self);
-    EXPECT_EQ((std::vector<int>{0, 1, 2, 0, 1, 2}), Items(self));
 }
 
 // Only the first count elements behind the range move down; the rest keep their places. A range
@@ -81,31 +63,10 @@ TEST(UVector, RemoveRangeMovesAtMostCountElements)
         EXPECT_EQ(0, v.RemoveRange(c.start, c.count));
         EXPECT_EQ(c.expected, Items(v)) << c.start << "+" << c.count;
     }
-
     UVector<int> v = Sequence(7);
     EXPECT_EQ(0, v.Remove(42));
     EXPECT_EQ(1, v.Remove(1));
     EXPECT_EQ((std::vector<int>{0, 2, 3, 4, 5, 6}), Items(v));
-}
-
-TEST(UVector, SetCapacityAndResize)
-{
-    UVector<int> v = Sequence(5);
-    v.SetCapacity(3);
-    EXPECT_EQ((std::vector<int>{0, 1, 2}), Items(v));
-    v.SetCapacity(6);
-    EXPECT_EQ(3u, v.GetLength());
-    v.SetCapacity(0);
-    EXPECT_EQ(nullptr, v.GetBuffer());
-
-    UVector<int> r = Sequence(4);
-    r.Resize(6);
-    EXPECT_EQ(6u, r.GetLength());
-    EXPECT_EQ(3, r[3]);
-    // Resize to the current capacity does nothing, even when the length differs.
-    r.Clear();
-    r.Resize(6);
-    EXPECT_EQ(0u, r.GetLength());
 }
 
 TEST(UVector, AssignmentCopiesTheWholeCapacity)
@@ -120,7 +81,6 @@ TEST(UVector, AssignmentCopiesTheWholeCapacity)
     EXPECT_EQ(7u, copy.GetGrowCount());
     EXPECT_NE(v.GetBuffer(), copy.GetBuffer());
     EXPECT_EQ(4, copy.GetBuffer()[4]);
-
     // Equality ignores capacity and grow count.
     EXPECT_EQ(1, Sequence(3) == v);
     copy[0] = 42;
