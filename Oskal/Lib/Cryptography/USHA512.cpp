@@ -15,7 +15,7 @@ namespace
 
 typedef unsigned long long u64;
 
-const u64 K[80] = {
+alignas(16) const u64 K[80] = {
     0x428a2f98d728ae22ULL, 0x7137449123ef65cdULL, 0xb5c0fbcfec4d3b2fULL, 0xe9b5dba58189dbbcULL, 0x3956c25bf348b538ULL,
     0x59f111f1b605d019ULL, 0x923f82a4af194f9bULL, 0xab1c5ed5da6d8118ULL, 0xd807aa98a3030242ULL, 0x12835b0145706fbeULL,
     0x243185be4ee4b28cULL, 0x550c7dc3d5ffb4e2ULL, 0x72be5d74f27b896fULL, 0x80deb1fe3b1696b1ULL, 0x9bdc06a725c71235ULL,
@@ -59,46 +59,54 @@ inline u64 LoadBigEndian(const unsigned char* p)
         (h) = t1 + S0(a) + (((a) & (b)) | ((c) & ((a) | (b))));                                                        \
     } while (0)
 
-void CompressPortable(u64* state, const unsigned char* block)
+void CompressPortable(u64* state, const unsigned char* data, unsigned long blocks, unsigned char* copy)
 {
     u64 w[16];
-    for (int i = 0; i < 16; ++i)
-        w[i] = LoadBigEndian(block + 8 * i);
-    u64 a = state[0], b = state[1], c = state[2], d = state[3];
-    u64 e = state[4], f = state[5], g = state[6], h = state[7];
-    // Eight rounds per pass, so the variables rotate by renaming instead of by copying.
-    for (int i = 0; i < 16; i += 8)
+    for (; blocks != 0; --blocks, data += 128)
     {
-        ROUND(a, b, c, d, e, f, g, h, K[i], w[i]);
-        ROUND(h, a, b, c, d, e, f, g, K[i + 1], w[i + 1]);
-        ROUND(g, h, a, b, c, d, e, f, K[i + 2], w[i + 2]);
-        ROUND(f, g, h, a, b, c, d, e, K[i + 3], w[i + 3]);
-        ROUND(e, f, g, h, a, b, c, d, K[i + 4], w[i + 4]);
-        ROUND(d, e, f, g, h, a, b, c, K[i + 5], w[i + 5]);
-        ROUND(c, d, e, f, g, h, a, b, K[i + 6], w[i + 6]);
-        ROUND(b, c, d, e, f, g, h, a, K[i + 7], w[i + 7]);
-    }
+        if (copy != nullptr)
+        {
+            std::memcpy(copy, data, 128);
+            copy += 128;
+        }
+        for (int i = 0; i < 16; ++i)
+            w[i] = LoadBigEndian(data + 8 * i);
+        u64 a = state[0], b = state[1], c = state[2], d = state[3];
+        u64 e = state[4], f = state[5], g = state[6], h = state[7];
+        // Eight rounds per pass, so the variables rotate by renaming instead of by copying.
+        for (int i = 0; i < 16; i += 8)
+        {
+            ROUND(a, b, c, d, e, f, g, h, K[i], w[i]);
+            ROUND(h, a, b, c, d, e, f, g, K[i + 1], w[i + 1]);
+            ROUND(g, h, a, b, c, d, e, f, K[i + 2], w[i + 2]);
+            ROUND(f, g, h, a, b, c, d, e, K[i + 3], w[i + 3]);
+            ROUND(e, f, g, h, a, b, c, d, K[i + 4], w[i + 4]);
+            ROUND(d, e, f, g, h, a, b, c, K[i + 5], w[i + 5]);
+            ROUND(c, d, e, f, g, h, a, b, K[i + 6], w[i + 6]);
+            ROUND(b, c, d, e, f, g, h, a, K[i + 7], w[i + 7]);
+        }
 #define W(j) (w[(j)&15] += G1(w[((j)-2) & 15]) + w[((j)-7) & 15] + G0(w[((j)-15) & 15]))
-    for (int i = 16; i < 80; i += 8)
-    {
-        ROUND(a, b, c, d, e, f, g, h, K[i], W(i));
-        ROUND(h, a, b, c, d, e, f, g, K[i + 1], W(i + 1));
-        ROUND(g, h, a, b, c, d, e, f, K[i + 2], W(i + 2));
-        ROUND(f, g, h, a, b, c, d, e, K[i + 3], W(i + 3));
-        ROUND(e, f, g, h, a, b, c, d, K[i + 4], W(i + 4));
-        ROUND(d, e, f, g, h, a, b, c, K[i + 5], W(i + 5));
-        ROUND(c, d, e, f, g, h, a, b, K[i + 6], W(i + 6));
-        ROUND(b, c, d, e, f, g, h, a, K[i + 7], W(i + 7));
-    }
+        for (int i = 16; i < 80; i += 8)
+        {
+            ROUND(a, b, c, d, e, f, g, h, K[i], W(i));
+            ROUND(h, a, b, c, d, e, f, g, K[i + 1], W(i + 1));
+            ROUND(g, h, a, b, c, d, e, f, K[i + 2], W(i + 2));
+            ROUND(f, g, h, a, b, c, d, e, K[i + 3], W(i + 3));
+            ROUND(e, f, g, h, a, b, c, d, K[i + 4], W(i + 4));
+            ROUND(d, e, f, g, h, a, b, c, K[i + 5], W(i + 5));
+            ROUND(c, d, e, f, g, h, a, b, K[i + 6], W(i + 6));
+            ROUND(b, c, d, e, f, g, h, a, K[i + 7], W(i + 7));
+        }
 #undef W
-    state[0] += a;
-    state[1] += b;
-    state[2] += c;
-    state[3] += d;
-    state[4] += e;
-    state[5] += f;
-    state[6] += g;
-    state[7] += h;
+        state[0] += a;
+        state[1] += b;
+        state[2] += c;
+        state[3] += d;
+        state[4] += e;
+        state[5] += f;
+        state[6] += g;
+        state[7] += h;
+    }
     SecureZeroMemory(w, sizeof(w));
 }
 
@@ -108,88 +116,126 @@ void CompressPortable(u64* state, const unsigned char* block)
 #undef S1
 #undef S0
 
-// 32-bit code has no 64-bit integer registers, but the vector unit has 64-bit lanes: each working
-// variable lives in the low lane of an XMM register, and the message schedule is built two words
-// at a time with the round constants already added.
+// 32-bit code has no 64-bit integer registers, but SSE2 adds and shifts 64-bit lanes, in XMM and
+// in MMX registers alike. The message schedule is built two words per XMM register, with the
+// round constants already added; the rounds run on 64-bit MMX values, which the compiler keeps
+// in both register files (eight of each), so the eight working variables and the temporaries of
+// a round fit with few spills.
 #define VROR(x, n) _mm_xor_si128(_mm_srli_epi64((x), (n)), _mm_slli_epi64((x), 64 - (n)))
-#define VSHR(x, n) _mm_srli_epi64((x), (n))
+
+__attribute__((target("ssse3"), always_inline)) inline void ScheduleVector(u64* wk, const unsigned char* block)
+{
+    const __m128i swap = _mm_set_epi8(8, 9, 10, 11, 12, 13, 14, 15, 0, 1, 2, 3, 4, 5, 6, 7);
+    // The last sixteen words, two per register; w[i & 7] holds words 2i-16 and 2i-15.
+    __m128i w[8];
+    for (int i = 0; i < 8; ++i)
+    {
+        w[i] = _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(block + 16 * i)), swap);
+        _mm_store_si128(reinterpret_cast<__m128i*>(wk + 2 * i),
+                        _mm_add_epi64(w[i], _mm_load_si128(reinterpret_cast<const __m128i*>(K + 2 * i))));
+    }
+    for (int i = 8; i < 40; ++i)
+    {
+        const __m128i w16 = w[i & 7];
+        const __m128i w15 = _mm_alignr_epi8(w[(i + 1) & 7], w16, 8);
+        const __m128i w7 = _mm_alignr_epi8(w[(i + 5) & 7], w[(i + 4) & 7], 8);
+        const __m128i w2 = w[(i + 7) & 7];
+        const __m128i g1 = _mm_xor_si128(_mm_xor_si128(VROR(w2, 19), VROR(w2, 61)), _mm_srli_epi64(w2, 6));
+        const __m128i g0 = _mm_xor_si128(_mm_xor_si128(VROR(w15, 1), VROR(w15, 8)), _mm_srli_epi64(w15, 7));
+        w[i & 7] = _mm_add_epi64(_mm_add_epi64(g1, w7), _mm_add_epi64(g0, w16));
+        _mm_store_si128(reinterpret_cast<__m128i*>(wk + 2 * i),
+                        _mm_add_epi64(w[i & 7], _mm_load_si128(reinterpret_cast<const __m128i*>(K + 2 * i))));
+    }
+}
+
+// The sigma functions shift two copies of x in opposite directions, so that each shift builds on
+// the last and only three values are live.
+#define VSIGMA(x, r1, r2, r3, l1, l2, l3, out)                                                                         \
+    do                                                                                                                 \
+    {                                                                                                                  \
+        __m64 r = _mm_srli_si64((x), (r1)), l = _mm_slli_si64((x), (l1));                                              \
+        out = _mm_xor_si64(r, l);                                                                                      \
+        r = _mm_srli_si64(r, (r2));                                                                                    \
+        out = _mm_xor_si64(out, r);                                                                                    \
+        l = _mm_slli_si64(l, (l2));                                                                                    \
+        out = _mm_xor_si64(out, l);                                                                                    \
+        r = _mm_srli_si64(r, (r3));                                                                                    \
+        out = _mm_xor_si64(out, r);                                                                                    \
+        l = _mm_slli_si64(l, (l3));                                                                                    \
+        out = _mm_xor_si64(out, l);                                                                                    \
+    } while (0)
+// Sigma1: rotations by 14, 18 and 41; Sigma0: by 28, 34 and 39. Maj(a, b, c) is
+// ((a ^ b) & (b ^ c)) ^ b, and this round's a ^ b is the next round's b ^ c.
 #define VROUND(a, b, c, d, e, f, g, h, i)                                                                              \
     do                                                                                                                 \
     {                                                                                                                  \
-        const __m128i s1 = _mm_xor_si128(_mm_xor_si128(VROR(e, 14), VROR(e, 18)), VROR(e, 41));                        \
-        const __m128i ch = _mm_xor_si128(g, _mm_and_si128(e, _mm_xor_si128(f, g)));                                    \
-        const __m128i t1 = _mm_add_epi64(                                                                              \
-            _mm_add_epi64(h, s1), _mm_add_epi64(ch, _mm_loadl_epi64(reinterpret_cast<const __m128i*>(wk + (i)))));     \
-        const __m128i s0 = _mm_xor_si128(_mm_xor_si128(VROR(a, 28), VROR(a, 34)), VROR(a, 39));                        \
-        const __m128i maj = _mm_or_si128(_mm_and_si128(a, b), _mm_and_si128(c, _mm_or_si128(a, b)));                   \
-        d = _mm_add_epi64(d, t1);                                                                                      \
-        h = _mm_add_epi64(t1, _mm_add_epi64(s0, maj));                                                                 \
+        __m64 sig;                                                                                                     \
+        h = _mm_add_si64(h, *reinterpret_cast<const __m64*>(wk + (i)));                                                \
+        VSIGMA(e, 14, 4, 23, 23, 23, 4, sig);                                                                            \
+        h = _mm_add_si64(h, _mm_xor_si64(_mm_and_si64(_mm_xor_si64(f, g), e), g));                                     \
+        h = _mm_add_si64(h, sig);                                                                                      \
+        d = _mm_add_si64(d, h);                                                                                        \
+        VSIGMA(a, 28, 6, 5, 25, 5, 6, sig);                                                                              \
+        const __m64 ab = _mm_xor_si64(a, b);                                                                           \
+        h = _mm_add_si64(h, _mm_xor_si64(_mm_and_si64(ab, bc), b));                                                    \
+        bc = ab;                                                                                                       \
+        h = _mm_add_si64(h, sig);                                                                                      \
     } while (0)
 
-__attribute__((target("ssse3"))) void CompressVector(u64* state, const unsigned char* block)
+__attribute__((target("ssse3"))) void CompressVector(u64* state, const unsigned char* data, unsigned long blocks,
+                                                     unsigned char* copy)
 {
-    alignas(16) u64 w[80];
     alignas(16) u64 wk[80];
-    const __m128i swap = _mm_set_epi8(8, 9, 10, 11, 12, 13, 14, 15, 0, 1, 2, 3, 4, 5, 6, 7);
-    for (int i = 0; i < 16; i += 2)
+    __m64* s = reinterpret_cast<__m64*>(state);
+    for (; blocks != 0; --blocks, data += 128)
     {
-        const __m128i x = _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(block + 8 * i)), swap);
-        _mm_store_si128(reinterpret_cast<__m128i*>(w + i), x);
-        _mm_store_si128(reinterpret_cast<__m128i*>(wk + i),
-                        _mm_add_epi64(x, _mm_loadu_si128(reinterpret_cast<const __m128i*>(K + i))));
+        if (copy != nullptr)
+        {
+            std::memcpy(copy, data, 128);
+            copy += 128;
+        }
+        ScheduleVector(wk, data);
+        __m64 a = s[0], b = s[1], c = s[2], d = s[3], e = s[4], f = s[5], g = s[6], h = s[7];
+        __m64 bc = _mm_xor_si64(b, c);
+#pragma GCC unroll 10
+        for (int i = 0; i < 80; i += 8)
+        {
+            VROUND(a, b, c, d, e, f, g, h, i);
+            VROUND(h, a, b, c, d, e, f, g, i + 1);
+            VROUND(g, h, a, b, c, d, e, f, i + 2);
+            VROUND(f, g, h, a, b, c, d, e, i + 3);
+            VROUND(e, f, g, h, a, b, c, d, i + 4);
+            VROUND(d, e, f, g, h, a, b, c, i + 5);
+            VROUND(c, d, e, f, g, h, a, b, i + 6);
+            VROUND(b, c, d, e, f, g, h, a, i + 7);
+        }
+        s[0] = _mm_add_si64(s[0], a);
+        s[1] = _mm_add_si64(s[1], b);
+        s[2] = _mm_add_si64(s[2], c);
+        s[3] = _mm_add_si64(s[3], d);
+        s[4] = _mm_add_si64(s[4], e);
+        s[5] = _mm_add_si64(s[5], f);
+        s[6] = _mm_add_si64(s[6], g);
+        s[7] = _mm_add_si64(s[7], h);
     }
-    for (int i = 16; i < 80; i += 2)
-    {
-        const __m128i w2 = _mm_load_si128(reinterpret_cast<const __m128i*>(w + i - 2));
-        const __m128i w7 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(w + i - 7));
-        const __m128i w15 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(w + i - 15));
-        const __m128i w16 = _mm_load_si128(reinterpret_cast<const __m128i*>(w + i - 16));
-        const __m128i g1 = _mm_xor_si128(_mm_xor_si128(VROR(w2, 19), VROR(w2, 61)), VSHR(w2, 6));
-        const __m128i g0 = _mm_xor_si128(_mm_xor_si128(VROR(w15, 1), VROR(w15, 8)), VSHR(w15, 7));
-        const __m128i x = _mm_add_epi64(_mm_add_epi64(g1, w7), _mm_add_epi64(g0, w16));
-        _mm_store_si128(reinterpret_cast<__m128i*>(w + i), x);
-        _mm_store_si128(reinterpret_cast<__m128i*>(wk + i),
-                        _mm_add_epi64(x, _mm_loadu_si128(reinterpret_cast<const __m128i*>(K + i))));
-    }
-    __m128i a = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(state + 0));
-    __m128i b = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(state + 1));
-    __m128i c = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(state + 2));
-    __m128i d = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(state + 3));
-    __m128i e = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(state + 4));
-    __m128i f = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(state + 5));
-    __m128i g = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(state + 6));
-    __m128i h = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(state + 7));
-    for (int i = 0; i < 80; i += 8)
-    {
-        VROUND(a, b, c, d, e, f, g, h, i);
-        VROUND(h, a, b, c, d, e, f, g, i + 1);
-        VROUND(g, h, a, b, c, d, e, f, i + 2);
-        VROUND(f, g, h, a, b, c, d, e, i + 3);
-        VROUND(e, f, g, h, a, b, c, d, i + 4);
-        VROUND(d, e, f, g, h, a, b, c, i + 5);
-        VROUND(c, d, e, f, g, h, a, b, i + 6);
-        VROUND(b, c, d, e, f, g, h, a, i + 7);
-    }
-    const __m128i* s = reinterpret_cast<const __m128i*>(state);
-    __m128i* out = reinterpret_cast<__m128i*>(state);
-    _mm_storeu_si128(out, _mm_add_epi64(_mm_loadu_si128(s), _mm_unpacklo_epi64(a, b)));
-    _mm_storeu_si128(out + 1, _mm_add_epi64(_mm_loadu_si128(s + 1), _mm_unpacklo_epi64(c, d)));
-    _mm_storeu_si128(out + 2, _mm_add_epi64(_mm_loadu_si128(s + 2), _mm_unpacklo_epi64(e, f)));
-    _mm_storeu_si128(out + 3, _mm_add_epi64(_mm_loadu_si128(s + 3), _mm_unpacklo_epi64(g, h)));
-    SecureZeroMemory(w, sizeof(w));
-    SecureZeroMemory(wk, sizeof(wk));
+    // MMX registers alias the x87 stack: free them before any floating-point code runs.
+    _mm_empty();
+    // Sixteen-byte stores: a byte loop over the schedule would cost more than a block's rounds.
+    volatile __m128i* wipe = reinterpret_cast<volatile __m128i*>(wk);
+    for (int i = 0; i < 40; ++i)
+        wipe[i] = _mm_setzero_si128();
 }
 
 #undef VROUND
-#undef VSHR
+#undef VSIGMA
 #undef VROR
 
-void Compress(u64* state, const unsigned char* block)
+void Compress(u64* state, const unsigned char* data, unsigned long blocks, unsigned char* copy)
 {
     if (IsVectorAccelerated())
-        CompressVector(state, block);
+        CompressVector(state, data, blocks, copy);
     else
-        CompressPortable(state, block);
+        CompressPortable(state, data, blocks, copy);
 }
 
 } // namespace
@@ -236,7 +282,12 @@ void USHA512::Reset()
 
 void USHA512::ProcessMessageBlock(const unsigned char* pbyBlock)
 {
-    Compress(m_aullState, pbyBlock);
+    Compress(m_aullState, pbyBlock, 1, nullptr);
+}
+
+void USHA512::ProcessMessageBlocks(const unsigned char* pbyBlocks, unsigned long ulBlocks, unsigned char* pbyCopy)
+{
+    Compress(m_aullState, pbyBlocks, ulBlocks, pbyCopy);
 }
 
 void USHA512::InitDigest()
