@@ -171,11 +171,11 @@ __attribute__((target("ssse3"), always_inline)) inline void ScheduleVector(u64* 
     {                                                                                                                  \
         __m64 sig;                                                                                                     \
         h = _mm_add_si64(h, *reinterpret_cast<const __m64*>(wk + (i)));                                                \
-        VSIGMA(e, 14, 4, 23, 23, 23, 4, sig);                                                                            \
+        VSIGMA(e, 14, 4, 23, 23, 23, 4, sig);                                                                          \
         h = _mm_add_si64(h, _mm_xor_si64(_mm_and_si64(_mm_xor_si64(f, g), e), g));                                     \
         h = _mm_add_si64(h, sig);                                                                                      \
         d = _mm_add_si64(d, h);                                                                                        \
-        VSIGMA(a, 28, 6, 5, 25, 5, 6, sig);                                                                              \
+        VSIGMA(a, 28, 6, 5, 25, 5, 6, sig);                                                                            \
         const __m64 ab = _mm_xor_si64(a, b);                                                                           \
         h = _mm_add_si64(h, _mm_xor_si64(_mm_and_si64(ab, bc), b));                                                    \
         bc = ab;                                                                                                       \
