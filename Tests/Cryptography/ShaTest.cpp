@@ -151,6 +151,15 @@ TEST(Sha, CopiesCarryTheStateInProgress)
     EXPECT_EQ(Digest(original), Digest(assigned));
 }
 
+// The vector SHA-512 rounds run on MMX registers, which alias the x87 stack that 32-bit code
+// computes floating point on: unless they are handed back, the next result is not a number.
+TEST(Sha, FloatingPointStillWorksAfterSha512)
+{
+    OneShot(64, Bytes(1000, 0x61));
+    volatile double x = 1.5;
+    EXPECT_EQ(4.75, x * 3.0 + 0.25);
+}
+
 // As a transform, a hash passes bytes through unchanged, so a stream stack writes them on.
 TEST(Sha, TransformPassesDataThrough)
 {
