@@ -151,8 +151,8 @@ TEST(Sha, CopiesCarryTheStateInProgress)
     EXPECT_EQ(Digest(original), Digest(assigned));
 }
 
-// The vector SHA-512 rounds run on MMX registers, which alias the x87 stack that 32-bit code
-// computes floating point on: unless they are handed back, the next result is not a number.
+// 64-bit vector code may use MMX registers, which alias the x87 stack that 32-bit code computes
+// floating point on: unless the SHA-512 vector path hands them back, the next result is NaN.
 TEST(Sha, FloatingPointStillWorksAfterSha512)
 {
     OneShot(64, Bytes(1000, 0x61));

@@ -116,11 +116,11 @@ void CompressPortable(u64* state, const unsigned char* data, unsigned long block
 #undef S1
 #undef S0
 
-// 32-bit code has no 64-bit integer registers, but SSE2 adds and shifts 64-bit lanes, in XMM and
-// in MMX registers alike. The message schedule is built two words per XMM register, with the
-// round constants already added; the rounds run on 64-bit MMX values, which the compiler keeps
-// in both register files (eight of each), so the eight working variables and the temporaries of
-// a round fit with few spills.
+// 32-bit code has no 64-bit integer registers, but SSE2 adds and shifts 64-bit lanes. The message
+// schedule is built two words per XMM register, with the round constants already added. The
+// rounds keep one word per register; eight registers cannot hold the eight working variables and
+// a round's temporaries, so the variables live in a frame on the stack that slides down one word
+// per round (last round's a is this round's b, and so on), with a and e also kept in registers.
 #define VROR(x, n) _mm_xor_si128(_mm_srli_epi64((x), (n)), _mm_slli_epi64((x), 64 - (n)))
 
 __attribute__((target("ssse3"), always_inline)) inline void ScheduleVector(u64* wk, const unsigned char* block)
@@ -148,45 +148,69 @@ __attribute__((target("ssse3"), always_inline)) inline void ScheduleVector(u64* 
     }
 }
 
-// The sigma functions shift two copies of x in opposite directions, so that each shift builds on
-// the last and only three values are live.
-#define VSIGMA(x, r1, r2, r3, l1, l2, l3, out)                                                                         \
-    do                                                                                                                 \
-    {                                                                                                                  \
-        __m64 r = _mm_srli_si64((x), (r1)), l = _mm_slli_si64((x), (l1));                                              \
-        out = _mm_xor_si64(r, l);                                                                                      \
-        r = _mm_srli_si64(r, (r2));                                                                                    \
-        out = _mm_xor_si64(out, r);                                                                                    \
-        l = _mm_slli_si64(l, (l2));                                                                                    \
-        out = _mm_xor_si64(out, l);                                                                                    \
-        r = _mm_srli_si64(r, (r3));                                                                                    \
-        out = _mm_xor_si64(out, r);                                                                                    \
-        l = _mm_slli_si64(l, (l3));                                                                                    \
-        out = _mm_xor_si64(out, l);                                                                                    \
-    } while (0)
-// Sigma1: rotations by 14, 18 and 41; Sigma0: by 28, 34 and 39. Maj(a, b, c) is
-// ((a ^ b) & (b ^ c)) ^ b, and this round's a ^ b is the next round's b ^ c.
-#define VROUND(a, b, c, d, e, f, g, h, i)                                                                              \
-    do                                                                                                                 \
-    {                                                                                                                  \
-        __m64 sig;                                                                                                     \
-        h = _mm_add_si64(h, *reinterpret_cast<const __m64*>(wk + (i)));                                                \
-        VSIGMA(e, 14, 4, 23, 23, 23, 4, sig);                                                                          \
-        h = _mm_add_si64(h, _mm_xor_si64(_mm_and_si64(_mm_xor_si64(f, g), e), g));                                     \
-        h = _mm_add_si64(h, sig);                                                                                      \
-        d = _mm_add_si64(d, h);                                                                                        \
-        VSIGMA(a, 28, 6, 5, 25, 5, 6, sig);                                                                            \
-        const __m64 ab = _mm_xor_si64(a, b);                                                                           \
-        h = _mm_add_si64(h, _mm_xor_si64(_mm_and_si64(ab, bc), b));                                                    \
-        bc = ab;                                                                                                       \
-        h = _mm_add_si64(h, sig);                                                                                      \
-    } while (0)
+// One round with the frame at O(%[p]): a..h at offsets 0..56, the new a goes to -8 and the new e
+// over d, which the next frame sees as its e. xmm0 = a, xmm4 = e, BC = b ^ c on entry; AB gets
+// a ^ b, the next round's b ^ c, so Maj(a, b, c) = ((a ^ b) & (b ^ c)) ^ b costs three
+// operations. Each sigma shifts two copies of its input in opposite directions, each shift
+// building on the last: Sigma1 rotates by 14, 18 and 41, Sigma0 by 28, 34 and 39.
+#define SHA512_ROUND(O, K, BC, AB)                                                                                     \
+    "movq " #O "+56(%[p]), %%xmm5\n\t"                                                                                 \
+    "movq " #K "(%[w]), %%xmm2\n\t"                                                                                    \
+    "paddq %%xmm2, %%xmm5\n\t"                                                                                         \
+    "movq " #O "+40(%[p]), %%xmm3\n\t"                                                                                 \
+    "movq " #O "+48(%[p]), %%xmm1\n\t"                                                                                 \
+    "pxor %%xmm1, %%xmm3\n\t"                                                                                          \
+    "pand %%xmm4, %%xmm3\n\t"                                                                                          \
+    "pxor %%xmm1, %%xmm3\n\t"                                                                                          \
+    "paddq %%xmm3, %%xmm5\n\t"                                                                                         \
+    "movdqa %%xmm4, %%xmm1\n\t"                                                                                        \
+    "movdqa %%xmm4, %%xmm2\n\t"                                                                                        \
+    "psrlq $14, %%xmm1\n\t"                                                                                            \
+    "psllq $23, %%xmm2\n\t"                                                                                            \
+    "movdqa %%xmm1, %%xmm3\n\t"                                                                                        \
+    "pxor %%xmm2, %%xmm3\n\t"                                                                                          \
+    "psrlq $4, %%xmm1\n\t"                                                                                             \
+    "pxor %%xmm1, %%xmm3\n\t"                                                                                          \
+    "psllq $23, %%xmm2\n\t"                                                                                            \
+    "pxor %%xmm2, %%xmm3\n\t"                                                                                          \
+    "psrlq $23, %%xmm1\n\t"                                                                                            \
+    "pxor %%xmm1, %%xmm3\n\t"                                                                                          \
+    "psllq $4, %%xmm2\n\t"                                                                                             \
+    "pxor %%xmm2, %%xmm3\n\t"                                                                                          \
+    "paddq %%xmm3, %%xmm5\n\t"                                                                                         \
+    "movq " #O "+24(%[p]), %%xmm4\n\t"                                                                                 \
+    "paddq %%xmm5, %%xmm4\n\t"                                                                                         \
+    "movq %%xmm4, " #O "+24(%[p])\n\t"                                                                                 \
+    "movdqa %%xmm0, %%xmm1\n\t"                                                                                        \
+    "movdqa %%xmm0, %%xmm2\n\t"                                                                                        \
+    "psrlq $28, %%xmm1\n\t"                                                                                            \
+    "psllq $25, %%xmm2\n\t"                                                                                            \
+    "movdqa %%xmm1, %%xmm3\n\t"                                                                                        \
+    "pxor %%xmm2, %%xmm3\n\t"                                                                                          \
+    "psrlq $6, %%xmm1\n\t"                                                                                             \
+    "pxor %%xmm1, %%xmm3\n\t"                                                                                          \
+    "psllq $5, %%xmm2\n\t"                                                                                             \
+    "pxor %%xmm2, %%xmm3\n\t"                                                                                          \
+    "psrlq $5, %%xmm1\n\t"                                                                                             \
+    "pxor %%xmm1, %%xmm3\n\t"                                                                                          \
+    "psllq $6, %%xmm2\n\t"                                                                                             \
+    "pxor %%xmm2, %%xmm3\n\t"                                                                                          \
+    "paddq %%xmm3, %%xmm5\n\t"                                                                                         \
+    "movq " #O "+8(%[p]), %%xmm1\n\t"                                                                                  \
+    "movdqa %%xmm0, %%" #AB "\n\t"                                                                                     \
+    "pxor %%xmm1, %%" #AB "\n\t"                                                                                       \
+    "pand %%" #AB ", %%" #BC "\n\t"                                                                                    \
+    "pxor %%xmm1, %%" #BC "\n\t"                                                                                       \
+    "paddq %%" #BC ", %%xmm5\n\t"                                                                                      \
+    "movdqa %%xmm5, %%xmm0\n\t"                                                                                        \
+    "movq %%xmm5, " #O "-8(%[p])\n\t"
 
 __attribute__((target("ssse3"))) void CompressVector(u64* state, const unsigned char* data, unsigned long blocks,
                                                      unsigned char* copy)
 {
     alignas(16) u64 wk[80];
-    __m64* s = reinterpret_cast<__m64*>(state);
+    // Starts with a..h at frame[80..87] and ends, 80 rounds lower, with them at frame[0..7].
+    alignas(16) u64 frame[88];
     for (; blocks != 0; --blocks, data += 128)
     {
         if (copy != nullptr)
@@ -195,39 +219,40 @@ __attribute__((target("ssse3"))) void CompressVector(u64* state, const unsigned 
             copy += 128;
         }
         ScheduleVector(wk, data);
-        __m64 a = s[0], b = s[1], c = s[2], d = s[3], e = s[4], f = s[5], g = s[6], h = s[7];
-        __m64 bc = _mm_xor_si64(b, c);
-#pragma GCC unroll 10
-        for (int i = 0; i < 80; i += 8)
-        {
-            VROUND(a, b, c, d, e, f, g, h, i);
-            VROUND(h, a, b, c, d, e, f, g, i + 1);
-            VROUND(g, h, a, b, c, d, e, f, i + 2);
-            VROUND(f, g, h, a, b, c, d, e, i + 3);
-            VROUND(e, f, g, h, a, b, c, d, i + 4);
-            VROUND(d, e, f, g, h, a, b, c, i + 5);
-            VROUND(c, d, e, f, g, h, a, b, i + 6);
-            VROUND(b, c, d, e, f, g, h, a, i + 7);
-        }
-        s[0] = _mm_add_si64(s[0], a);
-        s[1] = _mm_add_si64(s[1], b);
-        s[2] = _mm_add_si64(s[2], c);
-        s[3] = _mm_add_si64(s[3], d);
-        s[4] = _mm_add_si64(s[4], e);
-        s[5] = _mm_add_si64(s[5], f);
-        s[6] = _mm_add_si64(s[6], g);
-        s[7] = _mm_add_si64(s[7], h);
+        std::memcpy(frame + 80, state, 64);
+        u64* p = frame + 80;
+        const u64* w = wk;
+        int pairs = 40;
+        // clang-format off
+        __asm__ volatile("movq 0(%[p]), %%xmm0\n\t"
+                         "movq 32(%[p]), %%xmm4\n\t"
+                         "movq 8(%[p]), %%xmm6\n\t"
+                         "movq 16(%[p]), %%xmm7\n\t"
+                         "pxor %%xmm7, %%xmm6\n\t"
+                         "1:\n\t"
+                         SHA512_ROUND(0, 0, xmm6, xmm7)
+                         SHA512_ROUND(-8, 8, xmm7, xmm6)
+                         "sub $16, %[p]\n\t"
+                         "add $16, %[w]\n\t"
+                         "dec %[n]\n\t"
+                         "jnz 1b\n\t"
+                         : [p] "+r"(p), [w] "+r"(w), [n] "+r"(pairs)
+                         :
+                         : "memory", "cc", "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7");
+        // clang-format on
+        for (int i = 0; i < 8; ++i)
+            state[i] += frame[i];
     }
-    // MMX registers alias the x87 stack: free them before any floating-point code runs.
-    _mm_empty();
     // Sixteen-byte stores: a byte loop over the schedule would cost more than a block's rounds.
     volatile __m128i* wipe = reinterpret_cast<volatile __m128i*>(wk);
     for (int i = 0; i < 40; ++i)
         wipe[i] = _mm_setzero_si128();
+    wipe = reinterpret_cast<volatile __m128i*>(frame);
+    for (int i = 0; i < 44; ++i)
+        wipe[i] = _mm_setzero_si128();
 }
 
-#undef VROUND
-#undef VSIGMA
+#undef SHA512_ROUND
 #undef VROR
 
 void Compress(u64* state, const unsigned char* data, unsigned long blocks, unsigned char* copy)
