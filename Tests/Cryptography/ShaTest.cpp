@@ -133,6 +133,15 @@ TEST(Sha, FinishedAndRestartedDigests)
     EXPECT_EQ(first, Digest(hash));
 }
 
+// 64-bit vector code may use MMX registers, which alias the x87 stack that 32-bit code computes
+// floating point on: unless the SHA-512 vector path hands them back, the next result is NaN.
+TEST(Sha, FloatingPointStillWorksAfterSha512)
+{
+    OneShot(64, Bytes(1000, 0x61));
+    volatile double x = 1.5;
+    EXPECT_EQ(4.75, x * 3.0 + 0.25);
+}
+
 TEST(Sha, BadArguments)
 {
     USHA1 hash;

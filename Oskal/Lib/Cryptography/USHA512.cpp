@@ -15,7 +15,7 @@ namespace
 
 typedef unsigned long long u64;
 
-const u64 K[80] = {
+alignas(16) const u64 K[80] = {
     0x428a2f98d728ae22ULL, 0x7137449123ef65cdULL, 0xb5c0fbcfec4d3b2fULL, 0xe9b5dba58189dbbcULL, 0x3956c25bf348b538ULL,
     0x59f111f1b605d019ULL, 0x923f82a4af194f9bULL, 0xab1c5ed5da6d8118ULL, 0xd807aa98a3030242ULL, 0x12835b0145706fbeULL,
     0x243185be4ee4b28cULL, 0x550c7dc3d5ffb4e2ULL, 0x72be5d74f27b896fULL, 0x80deb1fe3b1696b1ULL, 0x9bdc06a725c71235ULL,
@@ -59,46 +59,54 @@ inline u64 LoadBigEndian(const unsigned char* p)
         (h) = t1 + S0(a) + (((a) & (b)) | ((c) & ((a) | (b))));                                                        \
     } while (0)
 
-void CompressPortable(u64* state, const unsigned char* block)
+void CompressPortable(u64* state, const unsigned char* data, unsigned long blocks, unsigned char* copy)
 {
     u64 w[16];
-    for (int i = 0; i < 16; ++i)
-        w[i] = LoadBigEndian(block + 8 * i);
-    u64 a = state[0], b = state[1], c = state[2], d = state[3];
-    u64 e = state[4], f = state[5], g = state[6], h = state[7];
-    // Eight rounds per pass, so the variables rotate by renaming instead of by copying.
-    for (int i = 0; i < 16; i += 8)
+    for (; blocks != 0; --blocks, data += 128)
     {
-        ROUND(a, b, c, d, e, f, g, h, K[i], w[i]);
-        ROUND(h, a, b, c, d, e, f, g, K[i + 1], w[i + 1]);
-        ROUND(g, h, a, b, c, d, e, f, K[i + 2], w[i + 2]);
-        ROUND(f, g, h, a, b, c, d, e, K[i + 3], w[i + 3]);
-        ROUND(e, f, g, h, a, b, c, d, K[i + 4], w[i + 4]);
-        ROUND(d, e, f, g, h, a, b, c, K[i + 5], w[i + 5]);
-        ROUND(c, d, e, f, g, h, a, b, K[i + 6], w[i + 6]);
-        ROUND(b, c, d, e, f, g, h, a, K[i + 7], w[i + 7]);
-    }
+        if (copy != nullptr)
+        {
+            std::memcpy(copy, data, 128);
+            copy += 128;
+        }
+        for (int i = 0; i < 16; ++i)
+            w[i] = LoadBigEndian(data + 8 * i);
+        u64 a = state[0], b = state[1], c = state[2], d = state[3];
+        u64 e = state[4], f = state[5], g = state[6], h = state[7];
+        // Eight rounds per pass, so the variables rotate by renaming instead of by copying.
+        for (int i = 0; i < 16; i += 8)
+        {
+            ROUND(a, b, c, d, e, f, g, h, K[i], w[i]);
+            ROUND(h, a, b, c, d, e, f, g, K[i + 1], w[i + 1]);
+            ROUND(g, h, a, b, c, d, e, f, K[i + 2], w[i + 2]);
+            ROUND(f, g, h, a, b, c, d, e, K[i + 3], w[i + 3]);
+            ROUND(e, f, g, h, a, b, c, d, K[i + 4], w[i + 4]);
+            ROUND(d, e, f, g, h, a, b, c, K[i + 5], w[i + 5]);
+            ROUND(c, d, e, f, g, h, a, b, K[i + 6], w[i + 6]);
+            ROUND(b, c, d, e, f, g, h, a, K[i + 7], w[i + 7]);
+        }
 #define W(j) (w[(j)&15] += G1(w[((j)-2) & 15]) + w[((j)-7) & 15] + G0(w[((j)-15) & 15]))
-    for (int i = 16; i < 80; i += 8)
-    {
-        ROUND(a, b, c, d, e, f, g, h, K[i], W(i));
-        ROUND(h, a, b, c, d, e, f, g, K[i + 1], W(i + 1));
-        ROUND(g, h, a, b, c, d, e, f, K[i + 2], W(i + 2));
-        ROUND(f, g, h, a, b, c, d, e, K[i + 3], W(i + 3));
-        ROUND(e, f, g, h, a, b, c, d, K[i + 4], W(i + 4));
-        ROUND(d, e, f, g, h, a, b, c, K[i + 5], W(i + 5));
-        ROUND(c, d, e, f, g, h, a, b, K[i + 6], W(i + 6));
-        ROUND(b, c, d, e, f, g, h, a, K[i + 7], W(i + 7));
-    }
+        for (int i = 16; i < 80; i += 8)
+        {
+            ROUND(a, b, c, d, e, f, g, h, K[i], W(i));
+            ROUND(h, a, b, c, d, e, f, g, K[i + 1], W(i + 1));
+            ROUND(g, h, a, b, c, d, e, f, K[i + 2], W(i + 2));
+            ROUND(f, g, h, a, b, c, d, e, K[i + 3], W(i + 3));
+            ROUND(e, f, g, h, a, b, c, d, K[i + 4], W(i + 4));
+            ROUND(d, e, f, g, h, a, b, c, K[i + 5], W(i + 5));
+            ROUND(c, d, e, f, g, h, a, b, K[i + 6], W(i + 6));
+            ROUND(b, c, d, e, f, g, h, a, K[i + 7], W(i + 7));
+        }
 #undef W
-    state[0] += a;
-    state[1] += b;
-    state[2] += c;
-    state[3] += d;
-    state[4] += e;
-    state[5] += f;
-    state[6] += g;
-    state[7] += h;
+        state[0] += a;
+        state[1] += b;
+        state[2] += c;
+        state[3] += d;
+        state[4] += e;
+        state[5] += f;
+        state[6] += g;
+        state[7] += h;
+    }
     SecureZeroMemory(w, sizeof(w));
 }
 
@@ -108,88 +116,151 @@ void CompressPortable(u64* state, const unsigned char* block)
 #undef S1
 #undef S0
 
-// 32-bit code has no 64-bit integer registers, but the vector unit has 64-bit lanes: each working
-// variable lives in the low lane of an XMM register, and the message schedule is built two words
-// at a time with the round constants already added.
+// 32-bit code has no 64-bit integer registers, but SSE2 adds and shifts 64-bit lanes. The message
+// schedule is built two words per XMM register, with the round constants already added. The
+// rounds keep one word per register; eight registers cannot hold the eight working variables and
+// a round's temporaries, so the variables live in a frame on the stack that slides down one word
+// per round (last round's a is this round's b, and so on), with a and e also kept in registers.
 #define VROR(x, n) _mm_xor_si128(_mm_srli_epi64((x), (n)), _mm_slli_epi64((x), 64 - (n)))
-#define VSHR(x, n) _mm_srli_epi64((x), (n))
-#define VROUND(a, b, c, d, e, f, g, h, i)                                                                              \
-    do                                                                                                                 \
-    {                                                                                                                  \
-        const __m128i s1 = _mm_xor_si128(_mm_xor_si128(VROR(e, 14), VROR(e, 18)), VROR(e, 41));                        \
-        const __m128i ch = _mm_xor_si128(g, _mm_and_si128(e, _mm_xor_si128(f, g)));                                    \
-        const __m128i t1 = _mm_add_epi64(                                                                              \
-            _mm_add_epi64(h, s1), _mm_add_epi64(ch, _mm_loadl_epi64(reinterpret_cast<const __m128i*>(wk + (i)))));     \
-        const __m128i s0 = _mm_xor_si128(_mm_xor_si128(VROR(a, 28), VROR(a, 34)), VROR(a, 39));                        \
-        const __m128i maj = _mm_or_si128(_mm_and_si128(a, b), _mm_and_si128(c, _mm_or_si128(a, b)));                   \
-        d = _mm_add_epi64(d, t1);                                                                                      \
-        h = _mm_add_epi64(t1, _mm_add_epi64(s0, maj));                                                                 \
-    } while (0)
 
-__attribute__((target("ssse3"))) void CompressVector(u64* state, const unsigned char* block)
+__attribute__((target("ssse3"), always_inline)) inline void ScheduleVector(u64* wk, const unsigned char* block)
 {
-    alignas(16) u64 w[80];
-    alignas(16) u64 wk[80];
     const __m128i swap = _mm_set_epi8(8, 9, 10, 11, 12, 13, 14, 15, 0, 1, 2, 3, 4, 5, 6, 7);
-    for (int i = 0; i < 16; i += 2)
+    // The last sixteen words, two per register; w[i & 7] holds words 2i-16 and 2i-15.
+    __m128i w[8];
+    for (int i = 0; i < 8; ++i)
     {
-        const __m128i x = _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(block + 8 * i)), swap);
-        _mm_store_si128(reinterpret_cast<__m128i*>(w + i), x);
-        _mm_store_si128(reinterpret_cast<__m128i*>(wk + i),
-                        _mm_add_epi64(x, _mm_loadu_si128(reinterpret_cast<const __m128i*>(K + i))));
+        w[i] = _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(block + 16 * i)), swap);
+        _mm_store_si128(reinterpret_cast<__m128i*>(wk + 2 * i),
+                        _mm_add_epi64(w[i], _mm_load_si128(reinterpret_cast<const __m128i*>(K + 2 * i))));
     }
-    for (int i = 16; i < 80; i += 2)
+    for (int i = 8; i < 40; ++i)
     {
-        const __m128i w2 = _mm_load_si128(reinterpret_cast<const __m128i*>(w + i - 2));
-        const __m128i w7 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(w + i - 7));
-        const __m128i w15 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(w + i - 15));
-        const __m128i w16 = _mm_load_si128(reinterpret_cast<const __m128i*>(w + i - 16));
-        const __m128i g1 = _mm_xor_si128(_mm_xor_si128(VROR(w2, 19), VROR(w2, 61)), VSHR(w2, 6));
-        const __m128i g0 = _mm_xor_si128(_mm_xor_si128(VROR(w15, 1), VROR(w15, 8)), VSHR(w15, 7));
-        const __m128i x = _mm_add_epi64(_mm_add_epi64(g1, w7), _mm_add_epi64(g0, w16));
-        _mm_store_si128(reinterpret_cast<__m128i*>(w + i), x);
-        _mm_store_si128(reinterpret_cast<__m128i*>(wk + i),
-                        _mm_add_epi64(x, _mm_loadu_si128(reinterpret_cast<const __m128i*>(K + i))));
+        const __m128i w16 = w[i & 7];
+        const __m128i w15 = _mm_alignr_epi8(w[(i + 1) & 7], w16, 8);
+        const __m128i w7 = _mm_alignr_epi8(w[(i + 5) & 7], w[(i + 4) & 7], 8);
+        const __m128i w2 = w[(i + 7) & 7];
+        const __m128i g1 = _mm_xor_si128(_mm_xor_si128(VROR(w2, 19), VROR(w2, 61)), _mm_srli_epi64(w2, 6));
+        const __m128i g0 = _mm_xor_si128(_mm_xor_si128(VROR(w15, 1), VROR(w15, 8)), _mm_srli_epi64(w15, 7));
+        w[i & 7] = _mm_add_epi64(_mm_add_epi64(g1, w7), _mm_add_epi64(g0, w16));
+        _mm_store_si128(reinterpret_cast<__m128i*>(wk + 2 * i),
+                        _mm_add_epi64(w[i & 7], _mm_load_si128(reinterpret_cast<const __m128i*>(K + 2 * i))));
     }
-    __m128i a = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(state + 0));
-    __m128i b = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(state + 1));
-    __m128i c = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(state + 2));
-    __m128i d = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(state + 3));
-    __m128i e = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(state + 4));
-    __m128i f = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(state + 5));
-    __m128i g = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(state + 6));
-    __m128i h = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(state + 7));
-    for (int i = 0; i < 80; i += 8)
-    {
-        VROUND(a, b, c, d, e, f, g, h, i);
-        VROUND(h, a, b, c, d, e, f, g, i + 1);
-        VROUND(g, h, a, b, c, d, e, f, i + 2);
-        VROUND(f, g, h, a, b, c, d, e, i + 3);
-        VROUND(e, f, g, h, a, b, c, d, i + 4);
-        VROUND(d, e, f, g, h, a, b, c, i + 5);
-        VROUND(c, d, e, f, g, h, a, b, i + 6);
-        VROUND(b, c, d, e, f, g, h, a, i + 7);
-    }
-    const __m128i* s = reinterpret_cast<const __m128i*>(state);
-    __m128i* out = reinterpret_cast<__m128i*>(state);
-    _mm_storeu_si128(out, _mm_add_epi64(_mm_loadu_si128(s), _mm_unpacklo_epi64(a, b)));
-    _mm_storeu_si128(out + 1, _mm_add_epi64(_mm_loadu_si128(s + 1), _mm_unpacklo_epi64(c, d)));
-    _mm_storeu_si128(out + 2, _mm_add_epi64(_mm_loadu_si128(s + 2), _mm_unpacklo_epi64(e, f)));
-    _mm_storeu_si128(out + 3, _mm_add_epi64(_mm_loadu_si128(s + 3), _mm_unpacklo_epi64(g, h)));
-    SecureZeroMemory(w, sizeof(w));
-    SecureZeroMemory(wk, sizeof(wk));
 }
 
-#undef VROUND
-#undef VSHR
+// One round with the frame at O(%[p]): a..h at offsets 0..56, the new a goes to -8 and the new e
+// over d, which the next frame sees as its e. xmm0 = a, xmm4 = e, BC = b ^ c on entry; AB gets
+// a ^ b, the next round's b ^ c, so Maj(a, b, c) = ((a ^ b) & (b ^ c)) ^ b costs three
+// operations. Each sigma shifts two copies of its input in opposite directions, each shift
+// building on the last: Sigma1 rotates by 14, 18 and 41, Sigma0 by 28, 34 and 39.
+#define SHA512_ROUND(O, K, BC, AB)                                                                                     \
+    "movq " #O "+56(%[p]), %%xmm5\n\t"                                                                                 \
+    "movq " #K "(%[w]), %%xmm2\n\t"                                                                                    \
+    "paddq %%xmm2, %%xmm5\n\t"                                                                                         \
+    "movq " #O "+40(%[p]), %%xmm3\n\t"                                                                                 \
+    "movq " #O "+48(%[p]), %%xmm1\n\t"                                                                                 \
+    "pxor %%xmm1, %%xmm3\n\t"                                                                                          \
+    "pand %%xmm4, %%xmm3\n\t"                                                                                          \
+    "pxor %%xmm1, %%xmm3\n\t"                                                                                          \
+    "paddq %%xmm3, %%xmm5\n\t"                                                                                         \
+    "movdqa %%xmm4, %%xmm1\n\t"                                                                                        \
+    "movdqa %%xmm4, %%xmm2\n\t"                                                                                        \
+    "psrlq $14, %%xmm1\n\t"                                                                                            \
+    "psllq $23, %%xmm2\n\t"                                                                                            \
+    "movdqa %%xmm1, %%xmm3\n\t"                                                                                        \
+    "pxor %%xmm2, %%xmm3\n\t"                                                                                          \
+    "psrlq $4, %%xmm1\n\t"                                                                                             \
+    "pxor %%xmm1, %%xmm3\n\t"                                                                                          \
+    "psllq $23, %%xmm2\n\t"                                                                                            \
+    "pxor %%xmm2, %%xmm3\n\t"                                                                                          \
+    "psrlq $23, %%xmm1\n\t"                                                                                            \
+    "pxor %%xmm1, %%xmm3\n\t"                                                                                          \
+    "psllq $4, %%xmm2\n\t"                                                                                             \
+    "pxor %%xmm2, %%xmm3\n\t"                                                                                          \
+    "paddq %%xmm3, %%xmm5\n\t"                                                                                         \
+    "movq " #O "+24(%[p]), %%xmm4\n\t"                                                                                 \
+    "paddq %%xmm5, %%xmm4\n\t"                                                                                         \
+    "movq %%xmm4, " #O "+24(%[p])\n\t"                                                                                 \
+    "movdqa %%xmm0, %%xmm1\n\t"                                                                                        \
+    "movdqa %%xmm0, %%xmm2\n\t"                                                                                        \
+    "psrlq $28, %%xmm1\n\t"                                                                                            \
+    "psllq $25, %%xmm2\n\t"                                                                                            \
+    "movdqa %%xmm1, %%xmm3\n\t"                                                                                        \
+    "pxor %%xmm2, %%xmm3\n\t"                                                                                          \
+    "psrlq $6, %%xmm1\n\t"                                                                                             \
+    "pxor %%xmm1, %%xmm3\n\t"                                                                                          \
+    "psllq $5, %%xmm2\n\t"                                                                                             \
+    "pxor %%xmm2, %%xmm3\n\t"                                                                                          \
+    "psrlq $5, %%xmm1\n\t"                                                                                             \
+    "pxor %%xmm1, %%xmm3\n\t"                                                                                          \
+    "psllq $6, %%xmm2\n\t"                                                                                             \
+    "pxor %%xmm2, %%xmm3\n\t"                                                                                          \
+    "paddq %%xmm3, %%xmm5\n\t"                                                                                         \
+    "movq " #O "+8(%[p]), %%xmm1\n\t"                                                                                  \
+    "movdqa %%xmm0, %%" #AB "\n\t"                                                                                     \
+    "pxor %%xmm1, %%" #AB "\n\t"                                                                                       \
+    "pand %%" #AB ", %%" #BC "\n\t"                                                                                    \
+    "pxor %%xmm1, %%" #BC "\n\t"                                                                                       \
+    "paddq %%" #BC ", %%xmm5\n\t"                                                                                      \
+    "movdqa %%xmm5, %%xmm0\n\t"                                                                                        \
+    "movq %%xmm5, " #O "-8(%[p])\n\t"
+
+__attribute__((target("ssse3"))) void CompressVector(u64* state, const unsigned char* data, unsigned long blocks,
+                                                     unsigned char* copy)
+{
+    alignas(16) u64 wk[80];
+    // Starts with a..h at frame[80..87] and ends, 80 rounds lower, with them at frame[0..7].
+    alignas(16) u64 frame[88];
+    for (; blocks != 0; --blocks, data += 128)
+    {
+        if (copy != nullptr)
+        {
+            std::memcpy(copy, data, 128);
+            copy += 128;
+        }
+        ScheduleVector(wk, data);
+        std::memcpy(frame + 80, state, 64);
+        u64* p = frame + 80;
+        const u64* w = wk;
+        int pairs = 40;
+        // clang-format off
+        __asm__ volatile("movq 0(%[p]), %%xmm0\n\t"
+                         "movq 32(%[p]), %%xmm4\n\t"
+                         "movq 8(%[p]), %%xmm6\n\t"
+                         "movq 16(%[p]), %%xmm7\n\t"
+                         "pxor %%xmm7, %%xmm6\n\t"
+                         "1:\n\t"
+                         SHA512_ROUND(0, 0, xmm6, xmm7)
+                         SHA512_ROUND(-8, 8, xmm7, xmm6)
+                         "sub $16, %[p]\n\t"
+                         "add $16, %[w]\n\t"
+                         "dec %[n]\n\t"
+                         "jnz 1b\n\t"
+                         : [p] "+r"(p), [w] "+r"(w), [n] "+r"(pairs)
+                         :
+                         : "memory", "cc", "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7");
+        // clang-format on
+        for (int i = 0; i < 8; ++i)
+            state[i] += frame[i];
+    }
+    // Sixteen-byte stores: a byte loop over the schedule would cost more than a block's rounds.
+    volatile __m128i* wipe = reinterpret_cast<volatile __m128i*>(wk);
+    for (int i = 0; i < 40; ++i)
+        wipe[i] = _mm_setzero_si128();
+    wipe = reinterpret_cast<volatile __m128i*>(frame);
+    for (int i = 0; i < 44; ++i)
+        wipe[i] = _mm_setzero_si128();
+}
+
+#undef SHA512_ROUND
 #undef VROR
 
-void Compress(u64* state, const unsigned char* block)
+void Compress(u64* state, const unsigned char* data, unsigned long blocks, unsigned char* copy)
 {
     if (IsVectorAccelerated())
-        CompressVector(state, block);
+        CompressVector(state, data, blocks, copy);
     else
-        CompressPortable(state, block);
+        CompressPortable(state, data, blocks, copy);
 }
 
 } // namespace
@@ -236,7 +307,12 @@ void USHA512::Reset()
 
 void USHA512::ProcessMessageBlock(const unsigned char* pbyBlock)
 {
-    Compress(m_aullState, pbyBlock);
+    Compress(m_aullState, pbyBlock, 1, nullptr);
+}
+
+void USHA512::ProcessMessageBlocks(const unsigned char* pbyBlocks, unsigned long ulBlocks, unsigned char* pbyCopy)
+{
+    Compress(m_aullState, pbyBlocks, ulBlocks, pbyCopy);
 }
 
 void USHA512::InitDigest()

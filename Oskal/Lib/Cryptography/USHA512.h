@@ -21,6 +21,7 @@ public:
 
 protected:
     void ProcessMessageBlock(const unsigned char* pbyBlock) override;
+    void ProcessMessageBlocks(const unsigned char* pbyBlocks, unsigned long ulBlocks, unsigned char* pbyCopy) override;
     void InitDigest() override;
 
 private:
