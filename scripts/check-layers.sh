@@ -12,7 +12,9 @@ src=$(cd "$(dirname "$0")/.." && pwd)
 allowed() {
   case "$1" in
     Core) echo "Collections/UVector.h Threading/UCriticalSection.h Threading/UCriticalSectionAutoLock.h" ;;
-    Internal) echo "IO/UStream.h" ;;
+    # Private helpers: the stream read helper, the serializers' wire helpers, and the DLL's
+    # start-up and shut-down, which reach the logging classes.
+    Internal) echo "IO/UStream.h Text Messaging/USerializationException.h Logging/ULogLevel.h Logging/ULogSource.h" ;;
     Collections) echo "Threading/UCriticalSection.h Threading/UCriticalSectionAutoLock.h" ;;
     Math) echo "" ;;
     Text) echo "Collections" ;;
@@ -24,7 +26,7 @@ allowed() {
     Ipc) echo "Collections Threading" ;;
     Logging) echo "Collections Math Text IO Threading Ipc Xml" ;;
     Xml | Messaging) echo "Collections Math Text IO" ;;
-    FileBasedWriteFilter) echo "" ;;
+    FileBasedWriteFilter) echo "Collections Threading/UCriticalSection.h Threading/UCriticalSectionAutoLock.h" ;;
     *) return 1 ;;
   esac
 }
