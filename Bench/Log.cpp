@@ -1,6 +1,6 @@
 // Log entries per second from ULogWriter::Write in one process to a sink's callback in another,
 // against named-event round trips per second between two processes in the same run.
-#include "BenchReport.h"
+#include "BenchProcess.h"
 
 #include <Oskal/Lib/Logging/ULogLevel.h>
 #include <Oskal/Lib/Logging/ULogSinkServer.h>
@@ -18,25 +18,8 @@ namespace
 
 const unsigned long kEntries = 20000;
 const unsigned long kBurst = 40; // entries between acknowledgements: the queue holds 50 blocks
-const unsigned long kRoundTrips = 20000;
 
 const wchar_t kAck[] = L"OskalBenchLogAck";
-const wchar_t kPing[] = L"OskalBenchPing";
-const wchar_t kPong[] = L"OskalBenchPong";
-
-HANDLE Start(const wchar_t* pszRole)
-{
-    wchar_t path[MAX_PATH];
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    std::wstring command = L"\"" + std::wstring(path) + L"\" " + pszRole;
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION process = {};
-    if (!CreateProcessW(nullptr, &command[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process))
-        return nullptr;
-    CloseHandle(process.hThread);
-    return process.hProcess;
-}
 
 // Counts entries; acknowledges every burst so the writer never overflows the queue.
 class CountingSink : public ULogSink
@@ -76,41 +59,6 @@ int RunWriter()
     return 0;
 }
 
-int RunPong()
-{
-    HANDLE ping = OpenEventW(SYNCHRONIZE, FALSE, kPing);
-    HANDLE pong = OpenEventW(EVENT_MODIFY_STATE, FALSE, kPong);
-    if (ping == nullptr || pong == nullptr)
-        return 1;
-    for (unsigned long i = 0; i < kRoundTrips; ++i)
-    {
-        if (WaitForSingleObject(ping, 10000) != WAIT_OBJECT_0)
-            return 2;
-        SetEvent(pong);
-    }
-    return 0;
-}
-
-double RoundTripsPerSecond()
-{
-    HANDLE ping = CreateEventW(nullptr, FALSE, FALSE, kPing);
-    HANDLE pong = CreateEventW(nullptr, FALSE, FALSE, kPong);
-    HANDLE child = Start(L"--pong");
-    const double start = OskalBench::Now();
-    for (unsigned long i = 0; i < kRoundTrips; ++i)
-    {
-        SetEvent(ping);
-        if (WaitForSingleObject(pong, 10000) != WAIT_OBJECT_0)
-            return 0;
-    }
-    const double elapsed = OskalBench::Now() - start;
-    WaitForSingleObject(child, 10000);
-    CloseHandle(child);
-    CloseHandle(ping);
-    CloseHandle(pong);
-    return kRoundTrips / elapsed;
-}
-
 double EntriesPerSecond()
 {
     CountingSink sink;
@@ -120,7 +68,7 @@ double EntriesPerSecond()
     if (server->Start())
     {
         // Timed from the first entry's arrival, so the writer's start-up is left out.
-        HANDLE writer = Start(L"--writer");
+        HANDLE writer = OskalBench::StartCopy(L"--writer");
         for (DWORD begin = GetTickCount(); sink.m_ulCount < kEntries && GetTickCount() - begin < 60000;)
             Sleep(1);
         if (sink.m_ulCount >= kEntries)
@@ -140,9 +88,9 @@ int wmain(int argc, wchar_t** argv)
 {
     if (argc > 1 && std::wcscmp(argv[1], L"--writer") == 0)
         return RunWriter();
-    if (argc > 1 && std::wcscmp(argv[1], L"--pong") == 0)
-        return RunPong();
-    const double trips = RoundTripsPerSecond();
+    if (argc == 4 && std::wcscmp(argv[1], L"echo") == 0)
+        return OskalBench::Echo(argv[2], std::wcstoul(argv[3], nullptr, 10));
+    const double trips = OskalBench::EventRoundTrips(L"OskalBenchLog " + std::to_wstring(GetCurrentProcessId()), 20000);
     const double entries = EntriesPerSecond();
     OskalBench::Report("log.entries", entries, "entries/s", "event.roundtrips", trips);
     return entries > 0 ? 0 : 1;

@@ -1,7 +1,7 @@
 // Single-block queue entries handed from one process to another, against named-event round trips
 // between the same two processes in the same run. The program starts a copy of itself for the
 // other side: "BenchQueue.exe echo <name> <rounds>" or "BenchQueue.exe writer <name> <entries>".
-#include "BenchReport.h"
+#include "BenchProcess.h"
 
 #include <Oskal/Lib/Ipc/USharedMemoryQueue.h>
 
@@ -11,8 +11,7 @@
 #include <string>
 
 using Oskal::Lib::Ipc::USharedMemoryQueue;
-using OskalBench::Now;
-using OskalBench::Report;
+using namespace OskalBench;
 
 namespace
 {
@@ -23,55 +22,10 @@ const unsigned long kBlockSize = 64;
 const unsigned long kBlocks = 256;
 const int kRuns = 3;
 
-HANDLE StartCopy(const std::wstring& arguments)
-{
-    wchar_t path[MAX_PATH];
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    std::wstring command = std::wstring(L"\"") + path + L"\" " + arguments;
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION process = {};
-    if (!CreateProcessW(nullptr, &command[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process))
-        return nullptr;
-    CloseHandle(process.hThread);
-    return process.hProcess;
-}
-
-unsigned long Finish(HANDLE hProcess)
-{
-    WaitForSingleObject(hProcess, INFINITE);
-    DWORD code = 0;
-    GetExitCodeProcess(hProcess, &code);
-    CloseHandle(hProcess);
-    return code;
-}
-
 std::wstring Name(const wchar_t* pszWhat, int run)
 {
     return std::wstring(L"OskalBenchQueue ") + pszWhat + L" " + std::to_wstring(GetCurrentProcessId()) + L"." +
            std::to_wstring(run);
-}
-
-// Round trips per second: this side sets "ping" and waits for "pong", the copy answers.
-double EventRoundTrips(int run)
-{
-    const std::wstring name = Name(L"event", run);
-    HANDLE hPing = CreateEventW(nullptr, FALSE, FALSE, (name + L" ping").c_str());
-    HANDLE hPong = CreateEventW(nullptr, FALSE, FALSE, (name + L" pong").c_str());
-    HANDLE hCopy = StartCopy(L"echo \"" + name + L"\" " + std::to_wstring(kRounds));
-    double start = 0;
-    for (unsigned long i = 0; i < kRounds; ++i)
-    {
-        SetEvent(hPing);
-        WaitForSingleObject(hPong, INFINITE);
-        if (i == 0)
-            start = Now();
-    }
-    const double elapsed = Now() - start;
-    Finish(hCopy);
-    CloseHandle(hPing);
-    CloseHandle(hPong);
-    return (kRounds - 1) / elapsed;
 }
 
 // Entries per second read by this side while the copy writes them; *pdRetries gets the writer's
@@ -98,18 +52,6 @@ double QueueEntries(int run, double* pdRetries)
     const double elapsed = Now() - start;
     *pdRetries = static_cast<double>(Finish(hCopy)) / kEntries;
     return (kEntries - 1) / elapsed;
-}
-
-int Echo(const wchar_t* pszName, unsigned long ulRounds)
-{
-    HANDLE hPing = OpenEventW(SYNCHRONIZE, FALSE, (std::wstring(pszName) + L" ping").c_str());
-    HANDLE hPong = OpenEventW(EVENT_MODIFY_STATE, FALSE, (std::wstring(pszName) + L" pong").c_str());
-    for (unsigned long i = 0; i < ulRounds; ++i)
-    {
-        WaitForSingleObject(hPing, INFINITE);
-        SetEvent(hPong);
-    }
-    return 0;
 }
 
 // Returns the number of claims the full queue refused.
@@ -144,7 +86,7 @@ int wmain(int argc, wchar_t** argv)
     double bestEvents = 0, bestEntries = 0, retries = 0;
     for (int run = 0; run < kRuns; ++run)
     {
-        const double events = EventRoundTrips(run);
+        const double events = EventRoundTrips(Name(L"event", run), kRounds);
         double runRetries = 0;
         const double entries = QueueEntries(run, &runRetries);
         if (events > bestEvents)

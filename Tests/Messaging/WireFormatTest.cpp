@@ -1,6 +1,7 @@
 // The tagged message format: exact bytes and round trips of every value and array form, every
 // short read, the settled count and text rules, and damaged or hostile messages.
-#include <Oskal/Lib/IO/UStream.h>
+#include "Support/MemoryStream.h"
+
 #include <Oskal/Lib/Messaging/UArraySerializer.h>
 #include <Oskal/Lib/Messaging/UPrimitiveSerializer.h>
 #include <Oskal/Lib/Messaging/USerializationException.h>
@@ -23,44 +24,15 @@ typedef std::vector<unsigned char> Bytes;
 namespace
 {
 
-// An in-memory stream. Unseekable, it cannot tell how much it holds, like a pipe; it may also
-// hand out fewer bytes per read than asked.
-class MemoryStream : public IO::UStream
+// The shared test stream: unseekable, it cannot tell how much it holds, like a pipe; a cap makes
+// it hand out fewer bytes per read than asked.
+struct S : OskalTests::MemoryStream
 {
-public:
-    explicit MemoryStream(const Bytes& data = Bytes(), int bSeekable = 1, size_t maxRead = 0x7FFFFFFF)
-        : m_data(data), m_position(0), m_seekable(bSeekable), m_maxRead(maxRead)
+    explicit S(const Bytes& data = Bytes(), int bSeekable = 1, size_t maxRead = 0) : MemoryStream(data)
     {
+        m_seekable = bSeekable;
+        m_maxRead = maxRead;
     }
-
-    int CanRead() const override { return 1; }
-    int CanWrite() const override { return 1; }
-    int CanSeek() const override { return m_seekable; }
-    void Close() override {}
-    void Flush() override {}
-    long long GetLength() const override { return m_data.size(); }
-    long long GetPosition() const override { return m_position; }
-    int IsDataAvailable() const override { return m_position < m_data.size() ? 1 : 0; }
-    long Read(void* pvBuffer, long lCount) override
-    {
-        size_t n = std::min({static_cast<size_t>(lCount), m_data.size() - m_position, m_maxRead});
-        std::memcpy(pvBuffer, m_data.data() + m_position, n);
-        m_position += n;
-        return static_cast<long>(n);
-    }
-    long long Seek(long long llOffset, IO::USeekOrigin) override { return m_position = llOffset; }
-    void SetLength(long long) override {}
-    void SetPosition(long long llPosition) override { m_position = llPosition; }
-    void Write(const void* pvBuffer, long lCount) override
-    {
-        const unsigned char* p = static_cast<const unsigned char*>(pvBuffer);
-        m_data.insert(m_data.end(), p, p + lCount);
-    }
-
-    Bytes m_data;
-    size_t m_position;
-    int m_seekable;
-    size_t m_maxRead;
 };
 
 // The message of the USerializationException the call throws, or "" when none is thrown.
@@ -77,7 +49,6 @@ template <typename F> std::wstring SerializationFailure(F call)
     return L"";
 }
 
-typedef MemoryStream S;
 
 template <typename T> UVector<T> Vec(std::initializer_list<T> values)
 {
@@ -237,7 +208,7 @@ TEST(WireFormat, ArrayLengthBecomesTheCountRead)
 {
     // Settled: also when the count equals the capacity, where Resize keeps the old length.
     UVector<int> values(3);
-    values.RemoveRange(1, 2);
+    values.Clear();
     S in({3, 7, 8, 0});
     A::DeserializeArrayOfBoolean(values, &in);
     EXPECT_TRUE(Vec<int>({1, 1, 0}) == values);

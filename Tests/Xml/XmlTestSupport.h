@@ -1,6 +1,8 @@
 #pragma once
 
 // Memory streams, writing a document to a string and reading one back as a list of nodes.
+#include "Support/MemoryStream.h"
+
 #include <Oskal/Lib/IO/UStream.h>
 #include <Oskal/Lib/Text/UUTF8Encoding.h>
 #include <Oskal/Lib/Xml/UXmlReader.h>
@@ -20,40 +22,16 @@ namespace XmlTests
 using namespace Oskal::Lib;
 using namespace Oskal::Lib::Xml;
 
-// Reads from a byte string (or generates it piece by piece); collects what is written.
-class MemoryStream : public IO::UStream
+// The shared test stream over a byte string, unseekable like a pipe.
+class MemoryStream : public OskalTests::MemoryStream
 {
 public:
-    explicit MemoryStream(std::string data = std::string()) : m_data(std::move(data)) {}
-
-    int CanRead() const override { return 1; }
-    int CanWrite() const override { return 1; }
-    int CanSeek() const override { return 0; }
-    void Close() override {}
-    void Flush() override {}
-    long long GetLength() const override { return static_cast<long long>(m_data.size()); }
-    long long GetPosition() const override { return static_cast<long long>(m_position); }
-    int IsDataAvailable() const override { return m_position < m_data.size() ? 1 : 0; }
-    long Read(void* pvBuffer, long lCount) override
+    explicit MemoryStream(const std::string& data = std::string())
+        : OskalTests::MemoryStream(Bytes(data.begin(), data.end()))
     {
-        const size_t n = std::min(static_cast<size_t>(lCount), m_data.size() - m_position);
-        std::memcpy(pvBuffer, m_data.data() + m_position, n);
-        m_position += n;
-        return static_cast<long>(n);
+        m_seekable = 0;
     }
-    long long Seek(long long, IO::USeekOrigin) override { return 0; }
-    void SetLength(long long) override {}
-    void SetPosition(long long) override {}
-    void Write(const void* pvBuffer, long lCount) override
-    {
-        m_data.append(static_cast<const char*>(pvBuffer), static_cast<size_t>(lCount));
-    }
-
-    const std::string& Data() const { return m_data; }
-
-private:
-    std::string m_data;
-    size_t m_position = 0;
+    std::string Data() const { return std::string(m_data.begin(), m_data.end()); }
 };
 
 // The UTF-8 bytes of a text.
