@@ -201,25 +201,13 @@ inline void Reseal(Bytes& file)
 
 inline void WriteFile(const wchar_t* path, const Bytes& bytes)
 {
-    FILE* file = _wfopen(path, L"wb");
-    ASSERT_NE(nullptr, file);
-    if (!bytes.empty())
-        fwrite(bytes.data(), 1, bytes.size(), file);
-    fclose(file);
+    ASSERT_TRUE(WriteFileText(path, std::string(bytes.begin(), bytes.end())));
 }
 
 inline Bytes ReadFile(const wchar_t* path)
 {
-    Bytes bytes;
-    FILE* file = _wfopen(path, L"rb");
-    if (file == nullptr)
-        return bytes;
-    unsigned char buffer[4096];
-    size_t n;
-    while ((n = fread(buffer, 1, sizeof(buffer), file)) != 0)
-        bytes.insert(bytes.end(), buffer, buffer + n);
-    fclose(file);
-    return bytes;
+    const std::string text = ReadFileText(path);
+    return Bytes(text.begin(), text.end());
 }
 
 // Sets a key and IV on every algorithm; counts the calls.

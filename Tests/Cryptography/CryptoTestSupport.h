@@ -95,16 +95,7 @@ inline std::string ReadTestFile(const std::wstring& relative)
     for (auto& c : path)
         if (c == L'/')
             c = L'\\';
-    std::string text;
-    FILE* f = _wfopen(path.c_str(), L"rb");
-    if (f == nullptr)
-        return text;
-    char buffer[65536];
-    size_t n;
-    while ((n = std::fread(buffer, 1, sizeof(buffer), f)) > 0)
-        text.append(buffer, n);
-    std::fclose(f);
-    return text;
+    return OskalTests::ReadFileText(path);
 }
 
 // Digest sizes 20, 32 and 64 select SHA-1, SHA-256 and SHA-512.

@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <set>
 #include <string>
 
@@ -18,10 +17,7 @@ using namespace Oskal::Lib::Logging;
 
 void WriteFile(const wchar_t* pszPath, const std::string& text)
 {
-    FILE* f = _wfopen(pszPath, L"wb");
-    ASSERT_NE(nullptr, f);
-    std::fwrite(text.data(), 1, text.size(), f);
-    std::fclose(f);
+    ASSERT_TRUE(OskalTests::WriteFileText(pszPath, text));
 }
 
 std::set<unsigned long> Bits(const ULogLevelMask& mask)

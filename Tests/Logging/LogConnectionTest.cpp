@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <map>
 #include <memory>
@@ -63,15 +64,13 @@ public:
         std::lock_guard<std::mutex> lock(m_mutex);
         m_entries[entry.ulProcessId].push_back(
             {entry.pszApplicationName, entry.pszClassName, entry.pszLevelName, entry.pszText, entry.ulLost});
-        const unsigned long index = std::wcstoul(entry.pszText, nullptr, 10);
-        if (index % 4 == 3)
+        HANDLE ack = std::wcstoul(entry.pszText, nullptr, 10) % 4 == 3
+                         ? OpenEventW(EVENT_MODIFY_STATE, FALSE, AckEventName(entry.ulProcessId).c_str())
+                         : nullptr;
+        if (ack != nullptr)
         {
-            HANDLE ack = OpenEventW(EVENT_MODIFY_STATE, FALSE, AckEventName(entry.ulProcessId).c_str());
-            if (ack != nullptr)
-            {
-                SetEvent(ack);
-                CloseHandle(ack);
-            }
+            SetEvent(ack);
+            CloseHandle(ack);
         }
     }
     void OnLogSourceChanged(unsigned long ulProcessId, int bConnected) override
@@ -88,10 +87,7 @@ public:
     bool HasEnded(unsigned long ulProcessId)
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        for (unsigned long id : m_ended)
-            if (id == ulProcessId)
-                return true;
-        return false;
+        return std::find(m_ended.begin(), m_ended.end(), ulProcessId) != m_ended.end();
     }
 
 private:
@@ -271,15 +267,7 @@ std::string TakeLogFilesWith(const std::string& marker)
     do
     {
         const std::wstring path = LogFolder() + L"\\" + data.cFileName;
-        std::string text;
-        if (FILE* f = _wfopen(path.c_str(), L"rb"))
-        {
-            char buffer[4096];
-            size_t n;
-            while ((n = std::fread(buffer, 1, sizeof(buffer), f)) > 0)
-                text.append(buffer, n);
-            std::fclose(f);
-        }
+        const std::string text = OskalTests::ReadFileText(path);
         if (text.find(marker) != std::string::npos)
         {
             found += text;
@@ -339,11 +327,8 @@ TEST(LogConnection, WithoutAServerEntriesGoToTheLogFile)
 {
     OSKAL_RUN_IN_CHILD(60000);
     OskalTests::TempFile configuration(L"logconfig");
-    if (FILE* f = _wfopen(configuration.Path(), L"wb"))
-    {
-        std::fputs("<Plant level=\"Failure\"><Mixer level=\"Error\"/><Tank include=\"Warning\"/></Plant>", f);
-        std::fclose(f);
-    }
+    ASSERT_TRUE(OskalTests::WriteFileText(
+        configuration.Path(), "<Plant level=\"Failure\"><Mixer level=\"Error\"/><Tank include=\"Warning\"/></Plant>"));
     TestProcess writer("LogConnection.DISABLED_FileWriter",
                        {{L"OSKAL_LOG_MARKER", L"marker-7f3a"}, {L"OSKAL_LOG_CONFIG", configuration.Path()}});
     ASSERT_EQ(0, writer.Wait(30000));

@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <string>
 
 namespace Oskal
@@ -49,20 +48,6 @@ std::wstring NameAt(const SYSTEMTIME& t)
     return name;
 }
 
-std::string ReadAll(const std::wstring& path)
-{
-    std::string text;
-    FILE* f = _wfopen(path.c_str(), L"rb");
-    if (f == nullptr)
-        return "(missing)";
-    char buffer[4096];
-    size_t n;
-    while ((n = std::fread(buffer, 1, sizeof(buffer), f)) > 0)
-        text.append(buffer, n);
-    std::fclose(f);
-    return text;
-}
-
 TEST(LogFile, OpensATimeStampedFileInTheLogFolderBesideTheProgram)
 {
     SYSTEMTIME before, after;
@@ -81,7 +66,7 @@ TEST(LogFile, OpensATimeStampedFileInTheLogFolderBesideTheProgram)
     // The run-time starts a new UTF-8 text file with a byte-order mark.
     EXPECT_EQ("\xef\xbb\xbf"
               "first line \xc3\xa9\xe4\xb8\xad\r\n",
-              ReadAll(earlyExists ? early : late));
+              OskalTests::ReadFileText(earlyExists ? early : late));
 
     // Opening again closes the open file first.
     ASSERT_EQ(1, file.Open());
@@ -106,7 +91,7 @@ TEST(LogFile, OpenOfAPathKeepsItsTextAndWritesUtf8Lines)
     EXPECT_EQ(7u, oldest);
     EXPECT_EQ(9u, newest);
     file.Close();
-    EXPECT_EQ("caf\xc3\xa9\r\n", ReadAll(temp.Path()));
+    EXPECT_EQ("caf\xc3\xa9\r\n", OskalTests::ReadFileText(temp.Path()));
     EXPECT_EQ(0, file.Open(nullptr, 0));
 }
 

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <cstdio>
 #include <cstdlib>
 
 namespace OskalTests {
@@ -19,6 +20,29 @@ TempFile::TempFile(const wchar_t* pszTag)
 TempFile::~TempFile()
 {
     DeleteFileW(m_path.c_str());
+}
+
+std::string ReadFileText(const std::wstring& path)
+{
+    std::string text;
+    FILE* f = _wfopen(path.c_str(), L"rb");
+    if (f == nullptr)
+        return text;
+    char buffer[65536];
+    size_t n;
+    while ((n = std::fread(buffer, 1, sizeof(buffer), f)) > 0)
+        text.append(buffer, n);
+    std::fclose(f);
+    return text;
+}
+
+bool WriteFileText(const std::wstring& path, const std::string& text)
+{
+    FILE* f = _wfopen(path.c_str(), L"wb");
+    if (f == nullptr)
+        return false;
+    const bool written = std::fwrite(text.data(), 1, text.size(), f) == text.size();
+    return std::fclose(f) == 0 && written;
 }
 
 std::wstring TestDataDirectory()

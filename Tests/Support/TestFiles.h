@@ -18,6 +18,10 @@ private:
     std::wstring m_path;
 };
 
+// A whole file's bytes ("" when it cannot be opened), and writing them (false on failure).
+std::string ReadFileText(const std::wstring& path);
+bool WriteFileText(const std::wstring& path, const std::string& text);
+
 // The folder of published test vectors as a Windows path, or "" when it is not available.
 std::wstring TestDataDirectory();
 

@@ -92,7 +92,8 @@ int ULogFile::WriteLine(const wchar_t* pszText)
 }
 
 // Kept: the two placeholders below read nothing: one seeks to the start and succeeds, the other
-// succeeds and fills nothing (pinned by LogFile.PlaceholdersReadNothing).
+// succeeds and fills nothing (pinned by
+// LogFile.OpenOfAPathKeepsItsTextAndWritesUtf8Lines).
 int ULogFile::ReadAdministrativeInformation()
 {
     if (m_nFile != -1)
