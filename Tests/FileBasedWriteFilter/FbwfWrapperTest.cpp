@@ -43,8 +43,7 @@ const std::wstring kPlanted = ProgramFolder() + L"\\fbwflib.dll";
 long long FileSize(const std::wstring& path)
 {
     WIN32_FILE_ATTRIBUTE_DATA data;
-    return GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data) ? static_cast<long long>(data.nFileSizeLow)
-                                                                            : -1;
+    return GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data) ? data.nFileSizeLow + 0ll : -1;
 }
 
 // Installs the double for the run (a child process finds it installed by its parent). A file of
@@ -90,26 +89,23 @@ std::pair<std::wstring, unsigned long> Failure(const std::function<void()>& call
     return {L"", 0};
 }
 
-Texts Strings(const UVector<UString>& strings)
+// The texts of a list of strings, or the names of a list of cached files.
+const wchar_t* TextOf(const UString& text) { return text.GetBuffer(); }
+const wchar_t* TextOf(const FBWF_FILE_CACHE_ENTRY& file) { return file.fileName.GetBuffer(); }
+template <typename T> Texts Strings(const UVector<T>& items)
 {
     Texts texts;
-    for (unsigned long i = 0; i < strings.GetLength(); ++i)
-        texts.push_back(strings[i].GetBuffer());
+    for (unsigned long i = 0; i < items.GetLength(); ++i)
+        texts.push_back(TextOf(items[i]));
     return texts;
-}
-
-Texts Names(const UVector<FBWF_FILE_CACHE_ENTRY>& files)
-{
-    Texts names;
-    for (unsigned long i = 0; i < files.GetLength(); ++i)
-        names.push_back(files[i].fileName.GetBuffer());
-    return names;
 }
 
 template <typename T> T Export(const char* pszName)
 {
     return reinterpret_cast<T>(reinterpret_cast<void (*)()>(GetProcAddress(GetModuleHandleW(L"fbwflib.dll"), pszName)));
 }
+// The double's control function FbwfTest<name>.
+#define FBWF_TEST(name) Export<PFN_FbwfTest##name>("FbwfTest" #name)
 
 // Holds the wrapper over an empty model, with the double's control functions.
 class FbwfTest : public ::testing::Test
@@ -120,11 +116,7 @@ protected:
         if (!g_double->installed)
             GTEST_SKIP() << "the fbwflib.dll test double is not installed";
         w = UFbwfWrapper::GetWrapper();
-        Export<PFN_FbwfTestReset>("FbwfTestReset")();
-        SetFailure = Export<PFN_FbwfTestSetFailure>("FbwfTestSetFailure");
-        SetHostile = Export<PFN_FbwfTestSetHostile>("FbwfTestSetHostile");
-        Restart = Export<PFN_FbwfTestRestart>("FbwfTestRestart");
-        AddCachedFile = Export<PFN_FbwfTestAddCachedFile>("FbwfTestAddCachedFile");
+        FBWF_TEST(Reset)();
         deviceC = UFbwfWrapper::GetDevicePath(L'C');
     }
     void TearDown() override
@@ -135,15 +127,11 @@ protected:
     FBWF_TEST_CALL LastCall()
     {
         FBWF_TEST_CALL call;
-        Export<PFN_FbwfTestGetLastCall>("FbwfTestGetLastCall")(&call);
+        FBWF_TEST(GetLastCall)(&call);
         return call;
     }
 
     UFbwfWrapper* w = nullptr;
-    PFN_FbwfTestSetFailure SetFailure = nullptr;
-    PFN_FbwfTestSetHostile SetHostile = nullptr;
-    PFN_FbwfTestRestart Restart = nullptr;
-    PFN_FbwfTestAddCachedFile AddCachedFile = nullptr;
     UString deviceC;
 };
 
@@ -219,8 +207,8 @@ TEST_F(FbwfTest, EveryOperationPassesItsArgumentsAndReportsFailures)
     unsigned long code = 1000;
     for (const Case& c : cases)
     {
-        Export<PFN_FbwfTestReset>("FbwfTestReset")();
-        SetFailure(c.function, ++code);
+        FBWF_TEST(Reset)();
+        FBWF_TEST(SetFailure)(c.function, ++code);
         const std::string name = c.function;
         EXPECT_EQ(std::make_pair(std::wstring(name.begin(), name.end()) + L"() failed.", code), Failure(c.call));
         FBWF_TEST_CALL call = LastCall();
@@ -251,7 +239,7 @@ TEST_F(FbwfTest, SettingsVolumesAndExclusionsTakeEffectInTheNextSession)
     for (const auto& query : queries)
         EXPECT_EQ(std::make_pair(1, 0), std::make_pair(query(0), query(1)));
     EXPECT_EQ(0, w->IsWriteProtected(L"C:\\data\\x.txt", 1));
-    Restart();
+    FBWF_TEST(Restart)();
     for (const auto& query : queries)
         EXPECT_EQ(std::make_pair(1, 1), std::make_pair(query(0), query(5)));
     w->SetCacheThreshold(128);
@@ -284,7 +272,7 @@ TEST_F(FbwfTest, CachedFilesOfOneVolumeAndOfAll)
     // Filter off now: no search at all.
     EXPECT_EQ(0u, w->GetCachedFiles(L'C').GetLength());
     EXPECT_STREQ("FbwfIsFilterEnabled", LastCall().szFunction);
-    Restart();
+    FBWF_TEST(Restart)();
     // Nothing cached is an empty list, not an error.
     EXPECT_EQ(0u, w->GetCachedFiles(L'C').GetLength());
     EXPECT_EQ(0u, w->GetCachedFiles()[0].files.GetLength());
@@ -292,25 +280,25 @@ TEST_F(FbwfTest, CachedFilesOfOneVolumeAndOfAll)
     // Names of growing length make records ask for a larger buffer.
     const Texts names{L"\\a.txt", L"\\data\\bb.bin", L"\\logs\\" + std::wstring(200, L'n'), L"\\z"};
     for (size_t i = 0; i < names.size(); ++i)
-        AddCachedFile(deviceC, names[i].c_str(), static_cast<ULONG>(10 * i));
+        FBWF_TEST(AddCachedFile)(deviceC, names[i].c_str(), static_cast<ULONG>(10 * i));
     UVector<FBWF_FILE_CACHE_ENTRY> files = w->GetCachedFiles(L'C');
-    EXPECT_EQ(names, Names(files));
+    EXPECT_EQ(names, Strings(files));
     EXPECT_EQ(20u, files[2].ulCacheSize);
-    EXPECT_EQ(names, Names(w->GetCachedFiles(deviceC)));
+    EXPECT_EQ(names, Strings(w->GetCachedFiles(deviceC)));
     UVector<FBWF_DRIVE_CACHE_ENTRY> drives = w->GetCachedFiles();
     ASSERT_EQ(1u, drives.GetLength());
     EXPECT_EQ(L'C', drives[0].wcDriveLetter);
-    EXPECT_EQ(names, Names(drives[0].files));
+    EXPECT_EQ(names, Strings(drives[0].files));
     EXPECT_EQ(0, LastCall().lOpenSearches);
 
     EXPECT_EQ(std::make_pair(1, 0), std::make_pair(w->IsCached(L"c:\\DATA\\bb.bin"), w->IsCached(L"C:\\data")));
     w->CommitFile(L"C:\\data\\bb.bin");
     w->RestoreFile(L"C:\\z");
-    EXPECT_EQ((Texts{names[0], names[2]}), Names(w->GetCachedFiles(L'C')));
+    EXPECT_EQ((Texts{names[0], names[2]}), Strings(w->GetCachedFiles(L'C')));
     EXPECT_EQ(2u, Failure([&] { w->CommitFile(L"C:\\z"); }).second);
 
     // A failing search is reported, and closed.
-    SetFailure("FbwfFindNext", 31);
+    FBWF_TEST(SetFailure)("FbwfFindNext", 31);
     EXPECT_EQ(std::make_pair(std::wstring(L"FbwfFindNext() failed."), 31ul), Failure([&] { w->GetCachedFiles(L'C'); }));
     EXPECT_EQ(0, LastCall().lOpenSearches);
     EXPECT_EQ(std::make_pair(std::wstring(L"FbwfFindFirst() failed."), 15ul),
@@ -323,22 +311,22 @@ TEST_F(FbwfTest, MisbehavingLibraryEndsInExceptions)
     w->ProtectVolume(L'C');
     w->EnableFilter();
     w->AddExclusion(L"C:\\logs");
-    Restart();
-    AddCachedFile(deviceC, L"\\cached.txt", 1);
+    FBWF_TEST(Restart)();
+    FBWF_TEST(AddCachedFile)(deviceC, L"\\cached.txt", 1);
     const std::function<void()> calls[] = {[&] { w->GetCachedFiles(L'C'); }, [&] { w->GetProtectedVolumes(1); },
                                            [&] { w->GetExclusionList(L'C', 1); }};
     const wchar_t* messages[] = {L"FbwfFindFirst() failed.", L"FbwfGetVolumeList() failed.",
                                  L"FbwfGetExclusionList() failed."};
     for (ULONG hostile : {FBWF_HOSTILE_STATIC_SIZE, FBWF_HOSTILE_CREEPING_SIZE, FBWF_HOSTILE_LENGTH_PAST_BUFFER})
     {
-        SetHostile(hostile);
+        FBWF_TEST(SetHostile)(hostile);
         for (int i = 0; i < 3; ++i)
             EXPECT_EQ(messages[i], Failure(calls[i]).first) << hostile << " " << i;
         EXPECT_EQ(0, LastCall().lOpenSearches);
     }
     // Without terminators: names come by their length, lists end with the buffer.
-    SetHostile(FBWF_HOSTILE_NO_TERMINATOR);
-    EXPECT_EQ(Texts{L"\\cached.txt"}, Names(w->GetCachedFiles(L'C')));
+    FBWF_TEST(SetHostile)(FBWF_HOSTILE_NO_TERMINATOR);
+    EXPECT_EQ(Texts{L"\\cached.txt"}, Strings(w->GetCachedFiles(L'C')));
     EXPECT_EQ(Texts{std::wstring(256, L'X')}, Strings(w->GetProtectedVolumes(1)));
 }
 

@@ -75,19 +75,17 @@ TEST(SharedMemoryQueue, OrphansAndTheLocalLostCount)
 {
     USharedMemoryQueue queue(1);
     queue.Create(UniqueName().c_str(), 16, 4, 0);
-    void* apBlocks[3];
-    unsigned long aulSizes[3] = {1, 1, 1};
+    void* apAll[4];
+    unsigned long aulOnes[4] = {1, 1, 1, 1};
     for (int i = 0; i < 3; ++i)
-        *static_cast<unsigned char*>(apBlocks[i] = queue.BeginWriting(nullptr, 0)) = static_cast<unsigned char>(10 + i);
-    queue.EndWritingSequence(apBlocks, aulSizes, 3, 0);
+        *static_cast<unsigned char*>(apAll[i] = queue.BeginWriting(nullptr, 0)) = static_cast<unsigned char>(10 + i);
+    queue.EndWritingSequence(apAll, aulOnes, 3, 0);
     for (unsigned char i : {20, 30, 40}) // 30 reclaims 10 and orphans 11 and 12; 40 reclaims 11 at no cost
         Put(queue, i);
     EXPECT_EQ((Entries{{20, 1}, {30, 0}, {40, 0}}), Drain(queue));
 
     // A drop with no entry queued to carry it goes with the next entry of an empty queue, unless
     // that is a sequence.
-    void* apAll[4];
-    unsigned long aulOnes[4] = {1, 1, 1, 1};
     for (void*& p : apAll)
         *static_cast<unsigned char*>(p = queue.BeginWriting(nullptr, 0)) = 6;
     EXPECT_EQ(nullptr, queue.BeginWriting(nullptr, 0));

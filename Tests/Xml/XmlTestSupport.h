@@ -5,6 +5,7 @@
 
 #include <Oskal/Lib/IO/UStream.h>
 #include <Oskal/Lib/Text/UUTF8Encoding.h>
+#include <Oskal/Lib/UException.h>
 #include <Oskal/Lib/Xml/UXmlReader.h>
 #include <Oskal/Lib/Xml/UXmlWriter.h>
 
@@ -72,6 +73,33 @@ inline std::wstring Describe(UXmlReader& reader)
     }
     reader.MoveToElement();
     return line;
+}
+
+// The message of the library exception the body throws, "" if none.
+inline std::wstring MessageOf(const std::function<void()>& body)
+{
+    try
+    {
+        body();
+    }
+    catch (const Oskal::Lib::Exceptions::UException& e)
+    {
+        return e.GetMessageText();
+    }
+    return L"";
+}
+
+// Names of equal length, character sum and exclusive-or share a hash in the name table; built
+// from pairs of letters whose low four bits split 0xF between them.
+inline std::wstring CollidingName(unsigned long ulIndex)
+{
+    std::wstring name;
+    for (int pair = 0; pair < 5; ++pair, ulIndex /= 14)
+    {
+        const wchar_t low = static_cast<wchar_t>(1 + ulIndex % 14);
+        name.append({static_cast<wchar_t>(0x60 | low), static_cast<wchar_t>(0x60 | (0xF & ~low))});
+    }
+    return name;
 }
 
 inline std::vector<std::wstring> Nodes(const std::string& document)
