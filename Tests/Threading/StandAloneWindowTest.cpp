@@ -1,44 +1,26 @@
 // The stand-alone window: its dispatcher thread, starting and stopping, and its log lines.
 #include "Support/ChildProcess.h"
 #include "Support/SkewedStack.h"
-
-#include <Oskal/Lib/Logging/ULog.h>
+#include "ThreadTestSupport.h"
 #include <Oskal/Lib/Threading/UStandAloneWindow.h>
-
 #include <gtest/gtest.h>
-
-#include <mutex>
-#include <set>
 #include <string>
 #include <thread>
 
 using namespace Oskal::Lib;
-using namespace Oskal::Lib::Logging;
+using namespace PoolTests;
 
 namespace
 {
 
-const std::wstring kRetryLine = L"5 Sending WM_DESTROY to window failed. Retrying...";
-
-// Keeps the window's log lines as "<severity> <text>"; signals hRetried on a failed post.
-struct Recorder : ILogger
+// Whether the window logged line, given as "<severity> <text>".
+bool Has(RecordingLogger& log, const std::wstring& line)
 {
-    HANDLE hRetried = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    std::mutex mutex;
-    std::set<std::wstring> lines;
-
-    Recorder() { ULog::RegisterLogger(this); }
-    ~Recorder() override { ULog::UnregisterLogger(this), CloseHandle(hRetried); }
-    void Write(const wchar_t* pszSource, ULogSeverity eSeverity, const wchar_t* pszText) override
-    {
-        std::lock_guard<std::mutex> lock(mutex);
-        if (std::wstring(pszSource) == L"StandAlone Window")
-            lines.insert(std::to_wstring(eSeverity) + L" " + pszText);
-        if (kRetryLine == std::to_wstring(eSeverity) + L" " + pszText)
-            SetEvent(hRetried);
-    }
-    bool Has(const std::wstring& line) { return std::lock_guard<std::mutex>(mutex), lines.count(line) != 0; }
-};
+    for (const LogLine& l : log.Find(line.substr(2)))
+        if (l.source == L"StandAlone Window" && std::to_wstring(l.severity) + L" " + l.text == line)
+            return true;
+    return false;
+}
 
 // WM_APP counts, WM_APP + 1 destroys the window, WM_APP + 2 stops from the dispatcher thread.
 struct TestWindow : UStandAloneWindow
@@ -47,24 +29,14 @@ struct TestWindow : UStandAloneWindow
     int bRegister = 1, bRunLoop = 1, bQuitOnDestroy = 1, appMessages = 0;
     HANDLE hHold = nullptr; // a dispatcher that makes no window and waits for this event
     DWORD dwThread = 0;
-    static int s_windows;
-
+    inline static int s_windows = 0;
     TestWindow() { GetDesktopWindow(); }
     ~TestWindow() override { StopDispatcherThread(); }
     unsigned long RunDispatcherThread() override
-    {
-        return hHold != nullptr ? WaitForSingleObject(hHold, 20000) : UStandAloneWindow::RunDispatcherThread();
-    }
+    { return hHold != nullptr ? WaitForSingleObject(hHold, 20000) : UStandAloneWindow::RunDispatcherThread(); }
     const wchar_t* GetWindowClassName() override { return className.c_str(); }
-    void GetWindowClass(WNDCLASSW* pWndClass) override
-    {
-        dwThread = GetCurrentThreadId();
-        UStandAloneWindow::GetWindowClass(pWndClass);
-    }
-    int RegisterWindowClass(WNDCLASSW* pWndClass) override
-    {
-        return bRegister ? UStandAloneWindow::RegisterWindowClass(pWndClass) : 0;
-    }
+    void GetWindowClass(WNDCLASSW* p) override { dwThread = GetCurrentThreadId(), UStandAloneWindow::GetWindowClass(p); }
+    int RegisterWindowClass(WNDCLASSW* p) override { return bRegister ? UStandAloneWindow::RegisterWindowClass(p) : 0; }
     BOOL PreMessageLoop() override { return SendMessageW(GetHWnd(), WM_APP, 0, 0), bRunLoop; }
     LRESULT WndProc(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam) override
     {
@@ -82,11 +54,9 @@ struct TestWindow : UStandAloneWindow
     }
 };
 
-int TestWindow::s_windows = 0;
-
-TEST(StandAloneWindow, StartsTwiceAndStopsFromAnotherThread)
+TEST(StandAloneWindow, StartsTwiceStopsFromAnotherThreadAndEndsWithoutALoop)
 {
-    Recorder log;
+    RecordingLogger log;
     TestWindow window;
     EXPECT_EQ(1, window.StartDispatcherThread());
     HWND hWnd = window.GetHWnd();
@@ -102,46 +72,44 @@ TEST(StandAloneWindow, StartsTwiceAndStopsFromAnotherThread)
              L"0 Registering window (" + window.className + L") class succeeded.",
              L"0 Dispatcher thread is still active, don't need to start it once again.",
              L"0 Exited window message loop.", L"0 Dispatcher thread terminated successfully."})
-        EXPECT_TRUE(log.Has(line)) << std::string(line.begin(), line.end());
-}
-
-TEST(StandAloneWindow, PreMessageLoopFalseEndsTheThread)
-{
-    Recorder log;
-    TestWindow window;
-    window.bRunLoop = 0;
-    EXPECT_EQ(1, window.StartDispatcherThread());
-    EXPECT_TRUE(window.ThreadEnds());
-    EXPECT_TRUE(log.Has(L"0 PreMessageLoop() returned FALSE. Skipping message loop..."));
-    EXPECT_EQ(1, window.StartDispatcherThread());
-    EXPECT_TRUE(log.Has(L"0 Dispatcher thread has terminated by itself, clean up and start it again."));
+        EXPECT_TRUE(Has(log, line)) << std::string(line.begin(), line.end());
+    // PreMessageLoop returning FALSE ends the thread; the next start cleans up and starts afresh.
+    TestWindow noLoop;
+    noLoop.bRunLoop = 0;
+    EXPECT_EQ(1, noLoop.StartDispatcherThread());
+    EXPECT_TRUE(noLoop.ThreadEnds());
+    EXPECT_TRUE(Has(log, L"0 PreMessageLoop() returned FALSE. Skipping message loop..."));
+    EXPECT_EQ(1, noLoop.StartDispatcherThread());
+    EXPECT_TRUE(Has(log, L"0 Dispatcher thread has terminated by itself, clean up and start it again."));
 }
 
 TEST(StandAloneWindow, StopsWithoutTheWindowAndFailsToStartWithoutOne)
 {
     OSKAL_RUN_IN_CHILD(60000);
-    Recorder log;
+    const std::wstring retryLine = L"5 Sending WM_DESTROY to window failed. Retrying...";
+    Gate retried; // opened on a failed post
+    RecordingLogger log;
+    log.onWrite = [&](const LogLine& l) { l.text == retryLine.substr(2) ? void(SetEvent(retried.h)) : void(); };
     TestWindow window;
     window.bQuitOnDestroy = 0;
     EXPECT_EQ(1, window.StartDispatcherThread());
     SendMessageW(window.GetHWnd(), WM_APP + 1, 0, 0);
     EXPECT_FALSE(IsWindow(window.GetHWnd()));
     EXPECT_EQ(1, window.StopDispatcherThread());
-    EXPECT_FALSE(log.Has(L"5 Waiting for the dispatcher thread to terminate timed out, terminating thread..."));
+    EXPECT_FALSE(Has(log, L"5 Waiting for the dispatcher thread to terminate timed out, terminating thread..."));
     window.bQuitOnDestroy = 1;
     EXPECT_EQ(1, window.StartDispatcherThread());
     EXPECT_EQ(1, SendMessageW(window.GetHWnd(), WM_APP + 2, 0, 0));
     EXPECT_TRUE(window.ThreadEnds());
-
     TestWindow unregistered, holding;
     unregistered.bRegister = 0;
     EXPECT_EQ(0, unregistered.StartDispatcherThread());
-    EXPECT_TRUE(log.Has(L"5 Creating window failed!"));
-    EXPECT_TRUE(log.Has(L"5 Creating window timed out. Stopping dispatcher thread..."));
+    EXPECT_TRUE(Has(log, L"5 Creating window failed!"));
+    EXPECT_TRUE(Has(log, L"5 Creating window timed out. Stopping dispatcher thread..."));
     // A dispatcher without a message queue cannot be asked to quit: stop retries until it ends.
-    holding.hHold = log.hRetried;
+    holding.hHold = retried.h;
     EXPECT_EQ(0, holding.StartDispatcherThread());
-    EXPECT_TRUE(log.Has(kRetryLine));
+    EXPECT_TRUE(Has(log, retryLine));
 }
 
 TEST(StandAloneWindow, SkewedStacks)

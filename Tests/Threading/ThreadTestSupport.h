@@ -2,7 +2,6 @@
 
 #include <Oskal/Lib/Logging/ULog.h>
 #include <Oskal/Lib/Threading/UThreadPool.h>
-
 #include <functional>
 #include <string>
 #include <vector>
@@ -13,13 +12,7 @@ namespace PoolTests
 using namespace Oskal::Lib::Logging;
 using namespace Oskal::Lib::Threading;
 
-struct LogLine
-{
-    unsigned long threadId;
-    std::wstring source;
-    int severity;
-    std::wstring text;
-};
+struct LogLine { unsigned long threadId; std::wstring source; int severity; std::wstring text; };
 
 // Records every line and its thread while it lives; reads take ULog's lock.
 struct RecordingLogger : ILogger
@@ -29,8 +22,7 @@ struct RecordingLogger : ILogger
     void Write(const wchar_t* pszSource, ULogSeverity eSeverity, const wchar_t* pszText) override
     {
         lines.push_back({GetCurrentThreadId(), pszSource, static_cast<int>(eSeverity), pszText});
-        if (onWrite)
-            onWrite(lines.back()); // on the writing thread, under ULog's lock
+        onWrite ? onWrite(lines.back()) : void(); // on the writing thread, under ULog's lock
     }
     // The lines that start with prefix.
     std::vector<LogLine> Find(const std::wstring& prefix)
@@ -38,8 +30,7 @@ struct RecordingLogger : ILogger
         std::vector<LogLine> found;
         ULog::Lock();
         for (const LogLine& line : lines)
-            if (line.text.compare(0, prefix.size(), prefix) == 0)
-                found.push_back(line);
+            line.text.compare(0, prefix.size(), prefix) == 0 ? found.push_back(line) : void();
         ULog::Unlock();
         return found;
     }
@@ -52,9 +43,7 @@ struct RecordingLogger : ILogger
 struct FnTask : UThreadPoolTask
 {
     FnTask(unsigned long ulTimeout, const wchar_t* pszName, std::function<void(FnTask&)> fn = nullptr)
-        : UThreadPoolTask(ulTimeout, pszName), run(std::move(fn))
-    {
-    }
+        : UThreadPoolTask(ulTimeout, pszName), run(std::move(fn)) {}
     void Run() override { ranOn = GetCurrentThreadId(), run ? run(*this) : void(); }
     void OnTaskExited(UThreadPoolTaskState eState) override { exitedState = eState, exitedOn = GetCurrentThreadId(); }
     using UThreadPoolTask::ResumeTaskAbort;
@@ -73,11 +62,7 @@ struct Call : IThreadProc
     std::function<unsigned long(void*, void*, void*)> fn;
 };
 
-struct Gate
-{
-    HANDLE h = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    ~Gate() { CloseHandle(h); }
-};
+struct Gate { HANDLE h = CreateEventW(nullptr, TRUE, FALSE, nullptr); ~Gate() { CloseHandle(h); } };
 
 // Spins until the gate opens, or for ever: no lock, allocation or logging, so it may be killed.
 inline void Spin(HANDLE hGate = nullptr)
@@ -88,33 +73,28 @@ inline void Spin(HANDLE hGate = nullptr)
 
 // A maintenance pass now, as the timer would run it.
 inline void Maintain(UThreadPool& pool)
-{
-    PostThreadMessageW(pool.GetManagerThreadId(), UThreadPool::MSG_THREAD_POOL_MAINTAIN, 0, 0);
-}
+{ PostThreadMessageW(pool.GetManagerThreadId(), UThreadPool::MSG_THREAD_POOL_MAINTAIN, 0, 0); }
 
 // Polls until condition holds (false after about 20 s), maintaining pMaintain each round.
 inline bool WaitUntil(const std::function<bool()>& condition, UThreadPool* pMaintain = nullptr)
 {
     for (int i = 0; i < 20000 && !condition(); ++i)
-    {
-        if (pMaintain != nullptr)
-            Maintain(*pMaintain);
-        Sleep(1);
-    }
+        pMaintain != nullptr ? Maintain(*pMaintain) : void(), Sleep(1);
     return condition();
 }
 
 // Runs an empty task: every message posted to the manager before has been handled when it ran.
 inline void Sync(UThreadPool& pool)
-{
-    FnTask marker(0xFFFFFFFF, L"Sync");
-    pool.Execute(&marker, INFINITE), marker.WaitForTaskToExit(INFINITE);
-}
+{ FnTask marker(0xFFFFFFFF, L"Sync"); pool.Execute(&marker, INFINITE), marker.WaitForTaskToExit(INFINITE); }
 
 inline std::wstring Hex(unsigned long ulValue)
+{ wchar_t text[16]; return swprintf(text, 16, L"0x%lx", ulValue), text; }
+
+// The message of the TException the call throws, or "(nothing thrown)".
+template <typename TException> std::wstring MessageOf(const std::function<void()>& call)
 {
-    wchar_t text[16];
-    return swprintf(text, 16, L"0x%lx", ulValue), text;
+    try { call(); } catch (const TException& e) { return e.GetMessageText(); }
+    return L"(nothing thrown)";
 }
 
 } // namespace PoolTests

@@ -1,15 +1,12 @@
 #include "ThreadTestSupport.h"
-
 #include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UInvalidOperationException.h>
 #include <Oskal/Lib/UShuttingDownException.h>
 #include <Oskal/Lib/UTimeoutException.h>
-
 #include <Support/ChildProcess.h>
 #include <Support/SkewedStack.h>
-
+#include <algorithm>
 #include <gtest/gtest.h>
-
 #include <memory>
 #include <tlhelp32.h>
 
@@ -22,12 +19,10 @@ namespace
 const std::wstring kPool = L"Thread Pool", kWorker = L"Thread Pool Thread";
 
 // The one line that starts with text, written by source with severity on thread.
-void ExpectLine(RecordingLogger& log, const std::wstring& text, const std::wstring& source, int severity,
-                unsigned long thread)
+void ExpectLine(RecordingLogger& log, const std::wstring& text, const std::wstring& source, int severity, DWORD thread)
 {
-    std::vector<LogLine> lines = log.Find(text);
-    ASSERT_EQ(1u, lines.size()) << std::string(text.begin(), text.end());
-    EXPECT_TRUE(lines[0].source == source && lines[0].severity == severity && lines[0].threadId == thread)
+    const std::vector<LogLine> l = log.Find(text);
+    EXPECT_TRUE(l.size() == 1 && l[0].source == source && l[0].severity == severity && l[0].threadId == thread)
         << std::string(text.begin(), text.end());
 }
 
@@ -37,44 +32,24 @@ void ExpectExit(UThreadPoolTask& task, UThreadPoolTaskState eState)
     EXPECT_EQ(eState, task.GetTaskState()) << std::string(task.GetTaskName(), task.GetTaskName() + 4);
 }
 
-template <typename TException> std::wstring MessageOf(const std::function<void()>& call)
-{
-    try
-    {
-        call();
-    }
-    catch (const TException& e)
-    {
-        return e.GetMessageText();
-    }
-    return L"(nothing thrown)";
-}
-
 TEST(UThreadPool, ChecksConstructionValuesAndTaskNames)
 {
-    const struct
-    {
-        unsigned long min, max;
-        const wchar_t* bad;
-    } cases[] = {{0, 0, L"ulMaxThreads"}, {0, 0x80000000UL, L"ulMaxThreads"}, {3, 2, L"ulMinThreads"}, {2, 2, L""}};
+    const struct { unsigned long min, max; const wchar_t* bad; } cases[] = {
+        {0, 0, L"ulMaxThreads"}, {0, 0x80000000UL, L"ulMaxThreads"}, {3, 2, L"ulMinThreads"}, {2, 2, L""}};
     for (const auto& c : cases)
         try
         {
             UThreadPool pool(c.min, c.max, 7);
             EXPECT_TRUE(!*c.bad && pool.GetFreeThreadCount() == c.min && pool.GetKeepTime() == 7); // minimum made
         }
-        catch (const UArgumentException& e)
-        {
-            EXPECT_STREQ(c.bad, e.GetName());
-        }
+        catch (const UArgumentException& e) { EXPECT_STREQ(c.bad, e.GetName()); }
     const std::wstring name150(150, L'n'), name99(99, L'n');
     const std::pair<const wchar_t*, std::wstring> names[] = {
         {nullptr, L"<not specified>"}, {L"", L""}, {name150.c_str(), name99}, {name99.c_str(), name99}};
     for (const auto& n : names)
     {
         FnTask task(5, n.first);
-        EXPECT_EQ(n.second, task.GetTaskName());
-        EXPECT_EQ(TaskStateIdle, task.GetTaskState());
+        EXPECT_TRUE(n.second == task.GetTaskName() && task.GetTaskState() == TaskStateIdle);
         task.WaitForTaskToExit(0); // never queued: nothing to wait for
         task.AbortTask();          // in no pool: nothing to do
     }
@@ -87,15 +62,11 @@ TEST(UThreadPool, GrowsToTheMaximumAndRetiresDownToTheMinimum)
     Gate release;
     std::vector<std::unique_ptr<FnTask>> tasks;
     for (int i = 0; i < 6; ++i)
-    {
-        tasks.emplace_back(new FnTask(0xFFFFFFFF, i == 0 ? L"First" : L"Other", [&](FnTask&) { Spin(release.h); }));
-        (i < 4 ? pool : keeping).Execute(tasks.back().get(), INFINITE);
-    }
+        tasks.emplace_back(new FnTask(0xFFFFFFFF, i == 0 ? L"First" : L"Other", [&](FnTask&) { Spin(release.h); })),
+            (i < 4 ? pool : keeping).Execute(tasks[i].get(), INFINITE);
     ASSERT_TRUE(WaitUntil([&] {
-        int running = 0;
-        for (int i = 0; i < 4; ++i)
-            running += tasks[i]->GetTaskState() == TaskStateRunning && tasks[i]->IsTaskInProgress();
-        return running == 4 && pool.GetUsedThreadCount() == 4;
+        return pool.GetUsedThreadCount() == 4 && std::all_of(tasks.begin(), tasks.begin() + 4, [](const auto& t) {
+                   return t->GetTaskState() == TaskStateRunning && t->IsTaskInProgress(); });
     }));
     FnTask extra(0xFFFFFFFF, L"Extra");
     EXPECT_EQ(L"Waiting for a thread to become available timed out.",
@@ -114,17 +85,15 @@ TEST(UThreadPool, GrowsToTheMaximumAndRetiresDownToTheMinimum)
     Sync(pool), Sync(keeping);
     ASSERT_TRUE(WaitUntil([&] { return pool.GetUsedThreadCount() + keeping.GetUsedThreadCount() == 0; }));
     EXPECT_TRUE(pool.GetFreeThreadCount() == 2 && keeping.GetFreeThreadCount() == 2);
-
     const unsigned long manager = pool.GetManagerThreadId(), first = tasks[0]->ranOn;
     ExpectLine(log, L"Adding 2 thread(s) to the pool.", kPool, 0, manager);
     ExpectLine(log, L"Assigning thread (id: " + Hex(first) + L") to task (First).", kPool, 0, manager);
     ExpectLine(log, L"Status (used: 4, free: 0, max: 4).", kPool, 0, manager);
     ExpectLine(log, L"Unhandled message received.", kPool, 1, manager);
     EXPECT_LE(1u, log.Count(L"Thread (id: " + Hex(first) + L") returned to the pool of available threads."));
-    size_t retired = 0;
-    for (const LogLine& line : log.Find(L"Thread (id: 0x"))
-        retired += line.text.find(L") is inactive, removing it from the pool...") != std::wstring::npos;
-    EXPECT_EQ(2u, retired);
+    const std::vector<LogLine> ids = log.Find(L"Thread (id: 0x");
+    EXPECT_EQ(2, std::count_if(ids.begin(), ids.end(), [](const LogLine& l) {
+                  return l.text.find(L") is inactive, removing it from the pool...") != std::wstring::npos; }));
 }
 
 TEST(UThreadPool, SlotsLostAndRegainedAsKept)
@@ -137,22 +106,18 @@ TEST(UThreadPool, SlotsLostAndRegainedAsKept)
     EXPECT_EQ(L"Task is already executed by another thread.",
               MessageOf<UInvalidOperationException>([&] { pool.Execute(&a, 0); }));
     ExpectLine(log, L"Task (A) is already executed in by another thread.", kPool, 4, GetCurrentThreadId());
-    SetEvent(release.h);
-    a.WaitForTaskToExit(INFINITE);
+    SetEvent(release.h), a.WaitForTaskToExit(INFINITE);
     ASSERT_TRUE(WaitUntil([&] { return pool.GetFreeThreadCount() == 1; }));
     // Kept: the double Execute keeps its slot, one of two is left (pinned here).
     ResetEvent(release.h);
     pool.Execute(&b, 0);
     EXPECT_THROW(pool.Execute(&c, 0), UTimeoutException);
-    SetEvent(release.h);
-    b.WaitForTaskToExit(INFINITE);
+    SetEvent(release.h), b.WaitForTaskToExit(INFINITE);
     ASSERT_TRUE(WaitUntil([&] { return pool.GetFreeThreadCount() == 1; }));
     // Kept: retiring the idle worker gives a slot back that it never held, which makes up for it.
     ASSERT_TRUE(WaitUntil([&] { return pool.GetFreeThreadCount() == 0; }, &pool));
-    ResetEvent(release.h);
-    pool.Execute(&a, 0), pool.Execute(&b, 0);
-    SetEvent(release.h);
-    a.WaitForTaskToExit(INFINITE), b.WaitForTaskToExit(INFINITE);
+    ResetEvent(release.h), pool.Execute(&a, 0), pool.Execute(&b, 0);
+    SetEvent(release.h), a.WaitForTaskToExit(INFINITE), b.WaitForTaskToExit(INFINITE);
 }
 
 TEST(UThreadPool, WorkersStartFromSkewedStacksAndSurviveWhatRunDoes)
@@ -197,20 +162,16 @@ TEST(UThreadPool, AbortsTasksOverTheirLimitOnRequestAndWhenTheirThreadDies)
         ExpectExit(*task, TaskStateAborted);
     EXPECT_TRUE(late.exitedState == TaskStateAborted && late.exitedOn == manager);
     EXPECT_EQ(-1, quitter.exitedState); // only the pool's own aborts call OnTaskExited
-
     const std::wstring worker = Hex(late.ranOn);
-    ExpectLine(log, L"Task (Late) executed by thread (id: " + worker + L") has exceeded its time to run.", kPool, 4,
-               manager);
+    auto fromManager = [&](const std::wstring& text, int severity) { ExpectLine(log, text, kPool, severity, manager); };
+    fromManager(L"Task (Late) executed by thread (id: " + worker + L") has exceeded its time to run.", 4);
     EXPECT_LE(1u, log.Count(L"Trying to abort task..."));
-    ExpectLine(log, L"Aborting task (Late) by terminating its executing thread (id: " + worker + L").", kPool, 1,
-               manager);
+    fromManager(L"Aborting task (Late) by terminating its executing thread (id: " + worker + L").", 1);
     ExpectLine(log, L"Terminating thread (id: " + worker + L").", kWorker, 0, manager);
-    ExpectLine(log, L"Thread executing task (Quitter) has terminated. Removing thread from the pool...", kPool, 1,
-               manager);
+    fromManager(L"Thread executing task (Quitter) has terminated. Removing thread from the pool...", 1);
     // The pool is back to its minimum, and an aborted task runs again.
     ASSERT_TRUE(WaitUntil([&] { return pool.GetUsedThreadCount() + pool.GetFreeThreadCount() >= 1; }, &pool));
-    late.run = nullptr;
-    pool.Execute(&late, INFINITE);
+    late.run = nullptr, pool.Execute(&late, INFINITE);
     ExpectExit(late, TaskStateFinished);
 }
 
@@ -222,17 +183,13 @@ TEST(UThreadPool, FencedTasksAreReportedAndAbortedOnlyWhenUnfenced)
     Gate release, fenced;
     // Limited: reported every pass while fenced, aborted by the first pass after the last resume.
     FnTask limited(0xFFFFFFFF, L"Limited", [&](FnTask& t) {
-        t.SuspendTaskAbort(), t.SuspendTaskAbort(), t.SetTaskTimeout(0);
-        Spin(release.h);
-        t.ResumeTaskAbort(), t.ResumeTaskAbort();
-        Spin();
+        t.SuspendTaskAbort(), t.SuspendTaskAbort(), t.SetTaskTimeout(0), Spin(release.h);
+        t.ResumeTaskAbort(), t.ResumeTaskAbort(), Spin();
     });
     // Unlimited: Kept: AbortTask finds no abort pending and drops the request, so it waits until
     // Run ends by itself (pinned here).
     FnTask unlimited(0xFFFFFFFF, L"Unlimited", [&](FnTask& t) {
-        t.SuspendTaskAbort(), SetEvent(fenced.h);
-        Spin(release.h);
-        t.ResumeTaskAbort();
+        t.SuspendTaskAbort(), SetEvent(fenced.h), Spin(release.h), t.ResumeTaskAbort();
     });
     pool.Execute(&limited, INFINITE), pool.Execute(&unlimited, INFINITE);
     ASSERT_TRUE(WaitUntil([&] { return log.Count(L"Task (Limited) executed by thread (id: ") >= 3; }, &pool));
@@ -243,12 +200,9 @@ TEST(UThreadPool, FencedTasksAreReportedAndAbortedOnlyWhenUnfenced)
     const std::wstring waiting = L"Waiting for thread pool manager to abort task (Unlimited) timed out. Continue";
     ASSERT_TRUE(WaitUntil([&] { return log.Count(waiting) >= 1; }));
     EXPECT_EQ(0u, log.Count(L"Aborting task ("));
-    EXPECT_EQ(TaskStateRunning, limited.GetTaskState());
-    EXPECT_EQ(TaskStateRunning, unlimited.GetTaskState());
+    EXPECT_TRUE(limited.GetTaskState() == TaskStateRunning && unlimited.GetTaskState() == TaskStateRunning);
     EXPECT_EQ(5, log.Find(waiting)[0].severity);
-
-    SetEvent(release.h);
-    thread.Join(INFINITE);
+    SetEvent(release.h), thread.Join(INFINITE);
     EXPECT_TRUE(unlimited.GetTaskState() == TaskStateFinished && unlimited.exitedState == -1);
     ASSERT_TRUE(WaitUntil([&] { return limited.GetTaskState() == TaskStateAborted; }, &pool));
     EXPECT_EQ(1u, log.Count(L"Aborting task (Limited) by terminating its executing thread"));
@@ -280,8 +234,7 @@ TEST(UThreadPool, ShutdownEndsRunningAndQueuedTasks)
     };
     std::vector<std::unique_ptr<FnTask>> tasks;
     for (int i = 0; i < 4; ++i)
-        tasks.emplace_back(new FnTask(0xFFFFFFFF, L"Busy", [](FnTask&) { Spin(); })),
-            pool->Execute(tasks.back().get(), INFINITE);
+        tasks.emplace_back(new FnTask(0xFFFFFFFF, L"Busy", [](FnTask&) { Spin(); })), pool->Execute(tasks[i].get(), INFINITE);
     WaitForSingleObject(held.h, INFINITE);
     EXPECT_EQ(3UL, pool->GetQueuedTaskCount());
     Call stopper([&](void*, void*, void*) { return pool->Shutdown(), 0UL; });
@@ -293,8 +246,7 @@ TEST(UThreadPool, ShutdownEndsRunningAndQueuedTasks)
     ASSERT_TRUE(WaitUntil([&] {
         return MessageOf<UException>([&] { pool->Execute(&refused, 0); }) == L"The thread pool has been shut down.";
     }));
-    SetEvent(resume.h);
-    thread.Join(INFINITE);
+    SetEvent(resume.h), thread.Join(INFINITE);
     for (int i = 0; i < 5; ++i)
         EXPECT_THROW(pool->Execute(&refused, 0), UShuttingDownException);
     EXPECT_EQ(TaskStateIdle, refused.GetTaskState()); // untouched
@@ -334,18 +286,12 @@ TEST(UThreadPool, StressEveryTaskRunsOnceAndNoHandleLeaks)
             tasks.emplace_back(new FnTask(0xFFFFFFFF, L"Short", [counter = &runs[i], spins = rand() % 2000](FnTask&) {
                 InterlockedIncrement(counter);
                 for (volatile int s = 0; s < spins; s = s + 1)
-                    if (s % 700 == 0)
-                        Sleep(0);
+                    s % 700 == 0 ? Sleep(0) : void();
             }));
-            pool.Execute(tasks.back().get(), INFINITE);
-            if (i % 500 == 0)
-                Maintain(pool);
+            pool.Execute(tasks.back().get(), INFINITE), i % 500 == 0 ? Maintain(pool) : void();
         }
         for (int i = 0; i < count; ++i)
-        {
-            tasks[i]->WaitForTaskToExit(INFINITE);
-            ASSERT_TRUE(tasks[i]->GetTaskState() == TaskStateFinished && runs[i] == 1) << i;
-        }
+            ASSERT_TRUE((tasks[i]->WaitForTaskToExit(INFINITE), tasks[i]->GetTaskState()) == TaskStateFinished && runs[i] == 1) << i;
     }
     tasks.clear();
     EXPECT_EQ(handlesBefore, OpenHandleCount());

@@ -1,11 +1,8 @@
 #include "ThreadTestSupport.h"
-
 #include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UTimeoutException.h>
-
 #include <Support/ChildProcess.h>
 #include <Support/SkewedStack.h>
-
 #include <gtest/gtest.h>
 
 using namespace PoolTests;
@@ -15,7 +12,7 @@ using Oskal::Lib::Exceptions::UTimeoutException;
 namespace
 {
 
-TEST(UThread, RunsTheProcedureAndKeepsTheExitCode)
+TEST(UThread, RunsTheProcedureKeepsTheExitCodeAndLeavesARunningThreadAlone)
 {
     OskalTests::RunOnSkewedStacks("UThread::ThreadEntry", [] {
         void* seen[3] = {};
@@ -32,11 +29,7 @@ TEST(UThread, RunsTheProcedureAndKeepsTheExitCode)
         thread.Join(INFINITE);
         EXPECT_EQ(nullptr, seen[0]);
     });
-}
-
-TEST(UThread, StartOnARunningThreadAndJoinTimeOut)
-{
-    Gate gate;
+    Gate gate; // Start leaves a running thread alone; Join times out
     Call proc([&](void*, void*, void*) { return WaitForSingleObject(gate.h, INFINITE) + 7UL; });
     UThread thread;
     EXPECT_THROW(thread.Start(nullptr), UArgumentException);
@@ -44,17 +37,8 @@ TEST(UThread, StartOnARunningThreadAndJoinTimeOut)
     const unsigned long id = thread.GetThreadId();
     EXPECT_EQ(0, thread.Start(&proc)); // the running thread is left alone
     EXPECT_TRUE(thread.GetThreadId() == id && thread.IsActive() == 1 && thread.GetExitCode() == 259);
-    try
-    {
-        thread.Join(0);
-        ADD_FAILURE() << "Join(0) returned while the thread runs";
-    }
-    catch (const UTimeoutException& e)
-    {
-        EXPECT_STREQ(L"Waiting for the thread to join timed out.", e.GetMessageText());
-    }
-    SetEvent(gate.h);
-    thread.Join(INFINITE);
+    EXPECT_EQ(L"Waiting for the thread to join timed out.", MessageOf<UTimeoutException>([&] { thread.Join(0); }));
+    SetEvent(gate.h), thread.Join(INFINITE);
     EXPECT_EQ(7UL, thread.GetExitCode());
 }
 
@@ -63,12 +47,8 @@ TEST(UThread, TerminationImmediateOrDeferredToTheLastResume)
     OSKAL_RUN_IN_CHILD(20000);
     // The thread first resumes (never below 0) and suspends termination so many times; then it is
     // forced or asked to end.
-    const struct
-    {
-        int resumes, suspends;
-        bool force;
-        unsigned long exitCode;
-    } cases[] = {{0, 0, false, 0}, {0, 0, true, 0}, {0, 1, true, 0}, {0, 2, false, 0x1234}, {3, 1, false, 9}};
+    const struct { int resumes, suspends; bool force; unsigned long exitCode; } cases[] = {
+        {0, 0, false, 0}, {0, 0, true, 0}, {0, 1, true, 0}, {0, 2, false, 0x1234}, {3, 1, false, 9}};
     for (const auto& c : cases)
     {
         UThread thread;
@@ -79,9 +59,7 @@ TEST(UThread, TerminationImmediateOrDeferredToTheLastResume)
                 thread.ResumeTermination();
             for (int i = 0; i < c.suspends; ++i)
                 thread.SuspendTermination();
-            SetEvent(ready.h);
-            if (c.suspends == 0 || c.force)
-                Spin();
+            SetEvent(ready.h), (c.suspends == 0 || c.force) ? Spin() : void();
             WaitForSingleObject(requested.h, INFINITE);
             for (int i = 0; i < c.suspends; ++i, ++reached)
                 thread.ResumeTermination();
@@ -94,8 +72,7 @@ TEST(UThread, TerminationImmediateOrDeferredToTheLastResume)
             thread.ForceTermination(3);
         else
             EXPECT_EQ(c.suspends == 0 ? 1 : 0, thread.RequestTermination(c.exitCode));
-        SetEvent(requested.h);
-        thread.Join(INFINITE);
+        SetEvent(requested.h), thread.Join(INFINITE);
         if (c.force || c.suspends == 0)
             EXPECT_EQ(0UL, thread.GetThreadId()); // closed only once the thread was gone
         else
@@ -111,8 +88,7 @@ TEST(UThread, DestructorJoinsAThreadThatStillUsesItsObject)
     volatile int resumed = 0;
     Call proc([&](void*, void*, void*) {
         thread->SuspendTermination();
-        SetEvent(started.h);
-        Sleep(20);
+        SetEvent(started.h), Sleep(20);
         return thread->ResumeTermination(), resumed = 1, 0UL;
     });
     ASSERT_EQ(1, thread->Start(&proc));
