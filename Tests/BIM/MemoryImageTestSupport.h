@@ -1,7 +1,8 @@
 #pragma once
 
 #include <Oskal/Lib/BIM/UMemoryImage.h>
-#include <Oskal/Lib/UArgumentException.h>
+
+#include "Support/Thrown.h"
 
 #include <gtest/gtest.h>
 
@@ -35,20 +36,6 @@ inline std::string Layout(const Oskal::Lib::BIM::UMemoryImage& image)
              << static_cast<unsigned long long>(region->GetAddress()) + region->GetLength();
     }
     return text.str();
-}
-
-template <typename F> void ExpectArgumentError(F f, const wchar_t* pszName, const wchar_t* pszMessage)
-{
-    try
-    {
-        f();
-        ADD_FAILURE() << "no exception";
-    }
-    catch (const Oskal::Lib::Exceptions::UArgumentException& e)
-    {
-        EXPECT_EQ(std::wstring(pszName), e.GetName());
-        EXPECT_EQ(std::wstring(pszMessage), e.GetMessageText());
-    }
 }
 
 const wchar_t* const PastTheTop = L"The range runs past the end of the 32-bit address space.";

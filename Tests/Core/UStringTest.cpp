@@ -1,4 +1,5 @@
-#include <Oskal/Lib/UArgumentException.h>
+#include "Support/Thrown.h"
+
 #include <Oskal/Lib/UString.h>
 #include <Oskal/Lib/UStringBuilder.h>
 
@@ -8,27 +9,13 @@
 
 using Oskal::Lib::UString;
 using Oskal::Lib::UStringBuilder;
-using Oskal::Lib::Exceptions::UArgumentException;
+using OskalTests::Thrown;
 
 namespace {
 
 std::wstring Text(const UString& s)
 {
     return std::wstring(s.GetBuffer(), s.GetLength());
-}
-
-// "name|message" of the UArgumentException that f throws.
-template <typename F> std::wstring ArgumentError(F f)
-{
-    try
-    {
-        f();
-    }
-    catch (const UArgumentException& e)
-    {
-        return std::wstring(e.GetName()) + L"|" + e.GetMessageText();
-    }
-    return L"(no exception)";
 }
 
 TEST(UString, AppendCodePointWritesSurrogatesWithoutChecks)
@@ -57,8 +44,8 @@ TEST(UString, GetAtAcceptsTheLengthAndThrowsBeyond)
     UString s(L"ab");
     EXPECT_EQ(L'b', s.GetAt(1));
     EXPECT_EQ(L'\0', s.GetAt(2));
-    EXPECT_EQ(L"ulIndex|Index is out of range.", ArgumentError([&] { s.GetAt(3); }));
-    EXPECT_EQ(L"ulIndex|Index is out of range.", ArgumentError([] { UString().GetAt(1); }));
+    EXPECT_EQ(L"ulIndex|Index is out of range.", Thrown([&] { s.GetAt(3); }));
+    EXPECT_EQ(L"ulIndex|Index is out of range.", Thrown([] { UString().GetAt(1); }));
 }
 
 // Ordinal by unsigned units; the counted form orders by length first.

@@ -9,11 +9,10 @@
 #include <Oskal/Lib/Cryptography/USHA512.h>
 #include <Oskal/Lib/IO/UStream.h>
 #include <Oskal/Lib/Internal/ReleasePtr.h>
-#include <Oskal/Lib/UArgumentException.h>
-#include <Oskal/Lib/UException.h>
 
 #include "Support/MemoryStream.h"
 #include "Support/TestFiles.h"
+#include "Support/Thrown.h"
 
 #include <gtest/gtest.h>
 
@@ -59,30 +58,6 @@ inline Bytes RandomBytes(std::mt19937& rng, size_t n)
     for (auto& x : b)
         x = static_cast<unsigned char>(rng());
     return b;
-}
-
-inline std::wstring Message(const Oskal::Lib::Exceptions::UException& e)
-{
-    return e.GetMessageText();
-}
-
-inline std::wstring Message(const Oskal::Lib::Exceptions::UArgumentException& e)
-{
-    return std::wstring(e.GetName()) + L"|" + e.GetMessageText();
-}
-
-// The message of the E that f throws ("name|message" for argument exceptions), or "(no exception)".
-template <typename E, typename F> std::wstring Thrown(F f)
-{
-    try
-    {
-        f();
-    }
-    catch (const E& e)
-    {
-        return Message(e);
-    }
-    return L"(no exception)";
 }
 
 typedef Oskal::Lib::Internal::ReleasePtr<Oskal::Lib::Cryptography::ICryptoTransform> TransformPtr;
@@ -193,6 +168,8 @@ inline std::string PathName(const ::testing::TestParamInfo<int>& info)
     return info.param ? "Hardware" : "Portable";
 }
 
+using OskalTests::ExpectArgumentError;
 using OskalTests::MemoryStream;
+using OskalTests::Thrown;
 
 } // namespace CryptoTests

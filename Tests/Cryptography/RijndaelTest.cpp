@@ -46,11 +46,6 @@ RijndaelPtr MakeRijndael(const Bytes& key, const Bytes& iv, UCipherMode eMode, U
     return aes;
 }
 
-template <typename F> void ExpectArgument(F f, const wchar_t* pszName, const wchar_t* pszMessage)
-{
-    EXPECT_EQ(std::wstring(pszName) + L"|" + pszMessage, Thrown<UArgumentException>(f));
-}
-
 class AesVectors : public BothPaths
 {
     int HardwareAvailable() const override { return IsAesAccelerated(); }
@@ -137,15 +132,15 @@ TEST(Rijndael, SettersCheckTheirArgumentsAndKeepStateOnFailure)
     RijndaelPtr aes(URijndael::Create());
     const Bytes key(aes->GetKey(), aes->GetKey() + 32);
     const Bytes iv(aes->GetInitializationVector(), aes->GetInitializationVector() + 16);
-    ExpectArgument([&] { aes->SetBlockSize(192); }, L"ulSize", L"Invalid block size.");
-    ExpectArgument([&] { aes->SetFeedbackSize(136); }, L"ulFeedbackSize",
+    ExpectArgumentError([&] { aes->SetBlockSize(192); }, L"ulSize", L"Invalid block size.");
+    ExpectArgumentError([&] { aes->SetFeedbackSize(136); }, L"ulFeedbackSize",
                    L"Feedback size is larger than the block size.");
     const unsigned char eight[8] = {};
-    ExpectArgument([&] { aes->SetInitializationVector(eight, 8); }, L"ulSize",
+    ExpectArgumentError([&] { aes->SetInitializationVector(eight, 8); }, L"ulSize",
                    L"Length of the initialization vector must match the block size.");
     const unsigned char twenty[20] = {};
-    ExpectArgument([&] { aes->SetKey(twenty, 20); }, L"ulSize", L"Key size is not supported by the algorithm.");
-    ExpectArgument([&] { aes->SetKeySize(100); }, L"ulKeySize", L"Key size is not supported by the algorithm.");
+    ExpectArgumentError([&] { aes->SetKey(twenty, 20); }, L"ulSize", L"Key size is not supported by the algorithm.");
+    ExpectArgumentError([&] { aes->SetKeySize(100); }, L"ulKeySize", L"Key size is not supported by the algorithm.");
     EXPECT_EQ(256u, aes->GetKeySize());
     EXPECT_EQ(key, Bytes(aes->GetKey(), aes->GetKey() + 32));
     EXPECT_EQ(iv, Bytes(aes->GetInitializationVector(), aes->GetInitializationVector() + 16));

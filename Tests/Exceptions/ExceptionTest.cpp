@@ -1,3 +1,5 @@
+#include "Support/Thrown.h"
+
 #include <Oskal/Lib/BIM/UBimException.h>
 #include <Oskal/Lib/Collections/UChunkQueue.h>
 #include <Oskal/Lib/Cryptography/UCryptoException.h>
@@ -33,6 +35,7 @@
 #include <cwchar>
 #include <functional>
 #include <string>
+#include <type_traits>
 #include <typeinfo>
 
 using namespace Oskal::Lib;
@@ -113,36 +116,6 @@ TEST(Exceptions, PlainClassesKeepTheirMessage)
 
 namespace {
 
-std::wstring Seen(const UException& e)
-{
-    return e.GetMessageText();
-}
-
-std::wstring Seen(const UArgumentException& e)
-{
-    return std::wstring(e.GetName()) + L"|" + e.GetMessageText();
-}
-
-template <typename E> std::wstring SeenWithCode(const E& e)
-{
-    return std::wstring(e.GetMessageText()) + L"|" + std::to_wstring(e.GetErrorCode());
-}
-
-std::wstring Seen(const UWin32Exception& e)
-{
-    return SeenWithCode(e);
-}
-
-std::wstring Seen(const IO::UFileIoException& e)
-{
-    return SeenWithCode(e);
-}
-
-std::wstring Seen(const FileBasedWriteFilter::UFbwfWrapperException& e)
-{
-    return SeenWithCode(e);
-}
-
 // What a handler of type H sees of the exception the action throws: the message, and the
 // argument name or the error code where the class has one.
 template <typename H> std::wstring Seen(const std::function<void()>& action)
@@ -153,7 +126,11 @@ template <typename H> std::wstring Seen(const std::function<void()>& action)
     }
     catch (const H& e)
     {
-        return Seen(e);
+        if constexpr (std::is_same_v<H, UWin32Exception> || std::is_same_v<H, IO::UFileIoException> ||
+                      std::is_same_v<H, FileBasedWriteFilter::UFbwfWrapperException>)
+            return OskalTests::Describe(e) + L"|" + std::to_wstring(e.GetErrorCode());
+        else
+            return OskalTests::Describe(e);
     }
     catch (...)
     {

@@ -1,9 +1,9 @@
 #include <Oskal/Lib/IO/UFileIoException.h>
 #include <Oskal/Lib/IO/UFileStream.h>
-#include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UInvalidOperationException.h>
 
 #include "Support/TestFiles.h"
+#include "Support/Thrown.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -13,6 +13,7 @@
 
 using namespace Oskal::Lib;
 using namespace Oskal::Lib::IO;
+using OskalTests::ExpectArgumentError;
 
 namespace {
 
@@ -48,20 +49,6 @@ template <typename F> long FileIoErrorOf(F f)
     }
     ADD_FAILURE() << "no UFileIoException";
     return 0;
-}
-
-template <typename F> void ExpectArgumentError(F f, const wchar_t* pszName, const wchar_t* pszMessage)
-{
-    try
-    {
-        f();
-        ADD_FAILURE() << "no UArgumentException";
-    }
-    catch (const Exceptions::UArgumentException& e)
-    {
-        EXPECT_STREQ(pszName, e.GetName());
-        EXPECT_STREQ(pszMessage, e.GetMessageText());
-    }
 }
 
 void Open(UFileStream& stream, const TempFile& file, UFileAccessMode eAccess = eFileAccessMode_ReadWrite)

@@ -1,7 +1,5 @@
 #include <Oskal/Lib/IO/UFileStream.h>
 #include <Oskal/Lib/IO/UNullStream.h>
-#include <Oskal/Lib/UInvalidOperationException.h>
-#include <Oskal/Lib/UNotSupportedException.h>
 
 #include <gtest/gtest.h>
 
@@ -12,20 +10,6 @@ using namespace Oskal::Lib;
 using namespace Oskal::Lib::IO;
 
 namespace {
-
-template <typename E, typename F>
-void ExpectWithoutMessage(F f)
-{
-    try
-    {
-        f();
-        ADD_FAILURE() << "no exception";
-    }
-    catch (const E& e)
-    {
-        EXPECT_STREQ(L"", e.GetMessageText());
-    }
-}
 
 // Slot of a virtual function, counting the destructor as one slot. GCC's vtables hold two
 // destructor entries and encode a virtual member pointer as 1 + byte offset.

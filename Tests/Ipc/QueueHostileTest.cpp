@@ -69,13 +69,13 @@ TEST(QueueHostile, DamagedLists)
             Put(queue, 2);
             unsigned long* pulBlocks = BlockOf(queue, 0) - 16;
             (damage[0] < 16 ? WordsOf(queue) : pulBlocks)[damage[0]] = damage[1];
-            EXPECT_EQ(damage[2] ? L"Shared memory region does not hold a valid queue." : L"no exception",
-                      ThrownMessage<UInvalidOperationException>([&] { opener.Open(name.c_str()); }));
+            EXPECT_EQ(damage[2] ? L"Shared memory region does not hold a valid queue." : L"(no exception)",
+                      Thrown<UInvalidOperationException>([&] { opener.Open(name.c_str()); }));
             // Entries behind a broken link may be lost, an entry without a count is read only after
             // a later write, and an operation may fail once; then written entries arrive again.
             bool bArrived = !bOverwrite;
             for (unsigned int attempt = 0; attempt < 2 * kBlocks && !bArrived; ++attempt)
-                ThrownMessage<UException>([&] {
+                Thrown<UException>([&] {
                     for (int value = Put(queue, 42) ? Take(queue) : -1; value != -1 && !bArrived; value = Take(queue))
                         bArrived = value == 42;
                 });

@@ -3,6 +3,8 @@
 #include <Oskal/Lib/Ipc/USharedMemoryQueue.h>
 #include <Oskal/Lib/UException.h>
 
+#include "Support/Thrown.h"
+
 #include <string>
 #include <utility>
 #include <vector>
@@ -57,18 +59,6 @@ inline Entries Drain(USharedMemoryQueue& queue)
     return entries;
 }
 
-// The message of the exception of type E that fn throws, or "no exception".
-template <typename E, typename F> std::wstring ThrownMessage(F fn)
-{
-    try
-    {
-        fn();
-    }
-    catch (const E& e)
-    {
-        return e.GetMessageText();
-    }
-    return L"no exception";
-}
+using OskalTests::Thrown;
 
 } // namespace QueueTests

@@ -39,7 +39,7 @@ TEST(SharedMemoryQueue, RegionLayout)
     opener.Open(name.c_str());
     EXPECT_EQ(0, std::memcmp(pulWords, WordsOf(opener), 64));
     EXPECT_EQ(L"Shared memory region with the specified name exists already.",
-              ThrownMessage<UWin32Exception>([&] { second.Create(name.c_str(), 16, 4, 0); }));
+              Thrown<UWin32Exception>([&] { second.Create(name.c_str(), 16, 4, 0); }));
     USharedMemory region;
     region.Open(name.c_str());
     EXPECT_EQ(4096u, region.GetBufferSize()) << "an opener sees whole pages";
@@ -121,7 +121,7 @@ TEST(SharedMemoryQueue, Misuse)
 {
     USharedMemoryQueue queue(0);
     EXPECT_EQ(L"Queue is not initialized, call Create() or Open() to initialize it.",
-              ThrownMessage<UInvalidOperationException>([&] { queue.BeginWriting(nullptr, 0); }));
+              Thrown<UInvalidOperationException>([&] { queue.BeginWriting(nullptr, 0); }));
     EXPECT_THROW(queue.Create(UniqueName().c_str(), 16, 0, 0), UArgumentException);
     EXPECT_THROW(queue.Create(UniqueName().c_str(), 100, 0x2000000, 0), UArgumentException);
     EXPECT_THROW(queue.Create(std::wstring(260, L'x').c_str(), 16, 1, 0), UArgumentException);
@@ -157,7 +157,7 @@ TEST(SharedMemoryQueue, OpenFailures)
         HANDLE hMutex = c.first > 0 ? CreateMutexW(nullptr, FALSE, (name + L" - QPM").c_str()) : nullptr;
         HANDLE hSemaphore = c.first > 1 ? CreateSemaphoreW(nullptr, 0, 1, (name + L" - UBAS").c_str()) : nullptr;
         USharedMemoryQueue queue(0);
-        EXPECT_EQ(c.second, ThrownMessage<UWin32Exception>([&] { queue.Open(name.c_str()); }));
+        EXPECT_EQ(c.second, Thrown<UWin32Exception>([&] { queue.Open(name.c_str()); }));
         EXPECT_EQ(0u, queue.GetNumberOfBlocks());
         CloseHandle(hMutex), CloseHandle(hSemaphore);
     }

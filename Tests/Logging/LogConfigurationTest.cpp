@@ -1,6 +1,7 @@
 // The per-class log configuration: masks from a tree of dotted class paths with inherited base
 // levels, inclusions and exclusions; the printed tree; and files that cannot be read.
 #include "Support/TestFiles.h"
+#include "Support/Thrown.h"
 
 #include <Oskal/Lib/Logging/ULogConfiguration.h>
 #include <Oskal/Lib/Logging/ULoggingException.h>
@@ -29,19 +30,9 @@ std::set<unsigned long> Bits(const ULogLevelMask& mask)
     return bits;
 }
 
-std::string LoadFailure(const wchar_t* pszPath)
+std::wstring LoadFailure(const wchar_t* pszPath)
 {
-    ULogConfiguration configuration;
-    try
-    {
-        configuration.Load(pszPath);
-    }
-    catch (const ULoggingException& e)
-    {
-        std::wstring text = e.GetMessageText();
-        return std::string(text.begin(), text.end());
-    }
-    return "(loaded)";
+    return OskalTests::Thrown<ULoggingException>([&] { ULogConfiguration().Load(pszPath); });
 }
 
 TEST(LogConfiguration, MasksFollowTheTreeWithInheritance)
@@ -116,13 +107,13 @@ TEST(LogConfiguration, FailuresBecomeOneLoggingException)
 {
     OskalTests::TempFile missing(L"logconfig");
     // The file stream's exception carries no message of its own.
-    EXPECT_EQ("Reading the configuration file failed ().", LoadFailure(missing.Path()));
+    EXPECT_EQ(L"Reading the configuration file failed ().", LoadFailure(missing.Path()));
 
     OskalTests::TempFile broken(L"logconfig");
     WriteFile(broken.Path(), "<App level=\"Error\"><Unclosed></App>");
-    const std::string failure = LoadFailure(broken.Path());
-    EXPECT_EQ(0u, failure.find("Reading the configuration file failed (")) << failure;
-    EXPECT_GT(failure.size(), std::string("Reading the configuration file failed ().").size()) << failure;
+    const std::wstring failure = LoadFailure(broken.Path());
+    EXPECT_EQ(0u, failure.find(L"Reading the configuration file failed (")) << failure;
+    EXPECT_GT(failure.size(), std::wstring(L"Reading the configuration file failed ().").size()) << failure;
     EXPECT_LE(failure.size(), 500u);
 
     // A very deep dotted name is refused instead of recursing.
@@ -131,7 +122,7 @@ TEST(LogConfiguration, FailuresBecomeOneLoggingException)
     for (int i = 0; i < 5000; ++i)
         name += ".a";
     WriteFile(deep.Path(), "<" + name + " level=\"Error\"/>");
-    EXPECT_EQ(0u, LoadFailure(deep.Path()).find("Reading the configuration file failed ("));
+    EXPECT_EQ(0u, LoadFailure(deep.Path()).find(L"Reading the configuration file failed ("));
 
     // And a deep class name walks only as far as the tree goes.
     std::wstring className(name.begin(), name.end());

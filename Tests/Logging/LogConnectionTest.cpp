@@ -165,42 +165,26 @@ void ExpectIntactEntries(const std::vector<Received>& entries, unsigned long ulP
     }
 }
 
-TEST(LogConnection, EntriesOfSeveralWritersArriveIntactAndInOrder)
+// Three long writers and 33 short ones at once: more than one wait can watch (each brings its
+// queue's event and its process).
+TEST(LogConnection, EntriesOfManyWritersArriveIntactAndInOrder)
 {
-    OSKAL_RUN_IN_CHILD(240000);
-    Server server;
-    ASSERT_EQ(1, server.started);
-    const unsigned long count = 600;
-    TestProcess a("LogConnection.DISABLED_Writer", {{L"OSKAL_LOG_COUNT", L"600"}, {L"OSKAL_LOG_MODE", L"paced"}});
-    TestProcess b("LogConnection.DISABLED_Writer", {{L"OSKAL_LOG_COUNT", L"600"}, {L"OSKAL_LOG_MODE", L"paced"}});
-    TestProcess c("LogConnection.DISABLED_Writer", {{L"OSKAL_LOG_COUNT", L"600"}, {L"OSKAL_LOG_MODE", L"paced"}});
-    EXPECT_EQ(0, a.Wait(180000));
-    EXPECT_EQ(0, b.Wait(60000));
-    EXPECT_EQ(0, c.Wait(60000));
-    for (const TestProcess* writer : {&a, &b, &c})
-    {
-        ASSERT_TRUE(server.WaitUntil([&] { return server.sink.HasEnded(writer->Id()); }));
-        ExpectIntactEntries(server.sink.EntriesOf(writer->Id()), writer->Id(), count);
-    }
-    EXPECT_EQ(0u, server.server->GetConnectionCount());
-}
-
-// More writers than one wait can watch (each brings its queue's event and its process).
-TEST(LogConnection, ServesMoreWritersThanOneWaitTakes)
-{
-    OSKAL_RUN_IN_CHILD(240000);
+    OSKAL_RUN_IN_CHILD(300000);
     Server server;
     ASSERT_EQ(1, server.started);
     std::vector<std::unique_ptr<TestProcess>> writers;
     for (int i = 0; i < 36; ++i)
-        writers.emplace_back(new TestProcess("LogConnection.DISABLED_Writer",
-                                             {{L"OSKAL_LOG_COUNT", L"8"}, {L"OSKAL_LOG_MODE", L"paced"}}));
-    for (auto& writer : writers)
+        writers.emplace_back(
+            new TestProcess("LogConnection.DISABLED_Writer",
+                            {{L"OSKAL_LOG_COUNT", i < 3 ? L"600" : L"8"}, {L"OSKAL_LOG_MODE", L"paced"}}));
+    for (size_t i = 0; i < writers.size(); ++i)
     {
-        EXPECT_EQ(0, writer->Wait(120000));
-        ASSERT_TRUE(server.WaitUntil([&] { return server.sink.HasEnded(writer->Id()); }));
-        ExpectIntactEntries(server.sink.EntriesOf(writer->Id()), writer->Id(), 8);
+        const unsigned long id = writers[i]->Id();
+        EXPECT_EQ(0, writers[i]->Wait(180000));
+        ASSERT_TRUE(server.WaitUntil([&] { return server.sink.HasEnded(id); }));
+        ExpectIntactEntries(server.sink.EntriesOf(id), id, i < 3 ? 600 : 8);
     }
+    EXPECT_EQ(0u, server.server->GetConnectionCount());
 }
 
 // Overflow: a flooding writer loses entries, but every entry that arrives is whole and in
@@ -300,55 +284,33 @@ TEST(LogConnection, DISABLED_FileWriter)
     writer->Write(high, L"%s beyond the mask", marker.c_str());
 
     // A configuration sets the masks of writers made before and after it.
-    if (!ChildArgument(L"OSKAL_LOG_CONFIG").empty())
-    {
-        ULogConfiguration configuration;
-        configuration.Load(ChildArgument(L"OSKAL_LOG_CONFIG").c_str());
-        source->ApplyConfiguration(configuration);
-        ULogWriter* mixer = source->GetWriter(L"Plant.Mixer");
-        writer->Write(ULogLevel::Warning, L"%s tank warning", marker.c_str());
-        mixer->Write(ULogLevel::Warning, L"%s mixer warning", marker.c_str());
-        mixer->Write(ULogLevel::Error, L"%s mixer error", marker.c_str());
-    }
+    ULogConfiguration configuration;
+    configuration.Load(ChildArgument(L"OSKAL_LOG_CONFIG").c_str());
+    source->ApplyConfiguration(configuration);
+    ULogWriter* mixer = source->GetWriter(L"Plant.Mixer");
+    writer->Write(ULogLevel::Warning, L"%s tank warning", marker.c_str());
+    mixer->Write(ULogLevel::Warning, L"%s mixer warning", marker.c_str());
+    mixer->Write(ULogLevel::Error, L"%s mixer error", marker.c_str());
     // A server that starts now is not looked for: the source stays with its file.
-    if (!ChildArgument(L"OSKAL_LOG_STARTED").empty())
-    {
-        HANDLE started = OpenEventW(EVENT_MODIFY_STATE, FALSE, ChildArgument(L"OSKAL_LOG_STARTED").c_str());
-        HANDLE go = OpenEventW(SYNCHRONIZE, FALSE, ChildArgument(L"OSKAL_LOG_GO").c_str());
-        ASSERT_TRUE(started != nullptr && go != nullptr);
-        SetEvent(started);
-        ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(go, 30000));
-        writer->Write(ULogLevel::Warning, L"%s after the server started", marker.c_str());
-        EXPECT_EQ(0, ULogSource::GetInstance()->IsConnected());
-    }
+    HANDLE started = OpenEventW(EVENT_MODIFY_STATE, FALSE, L"OskalLogTestStarted");
+    HANDLE go = OpenEventW(SYNCHRONIZE, FALSE, L"OskalLogTestGo");
+    ASSERT_TRUE(started != nullptr && go != nullptr);
+    SetEvent(started);
+    ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(go, 30000));
+    writer->Write(ULogLevel::Warning, L"%s after the server started", marker.c_str());
+    EXPECT_EQ(0, ULogSource::GetInstance()->IsConnected());
 }
 
-TEST(LogConnection, WithoutAServerEntriesGoToTheLogFile)
+TEST(LogConnection, WithoutAServerAtStartEntriesGoToTheLogFile)
 {
     OSKAL_RUN_IN_CHILD(60000);
     OskalTests::TempFile configuration(L"logconfig");
     ASSERT_TRUE(OskalTests::WriteFileText(
         configuration.Path(), "<Plant level=\"Failure\"><Mixer level=\"Error\"/><Tank include=\"Warning\"/></Plant>"));
-    TestProcess writer("LogConnection.DISABLED_FileWriter",
-                       {{L"OSKAL_LOG_MARKER", L"marker-7f3a"}, {L"OSKAL_LOG_CONFIG", configuration.Path()}});
-    ASSERT_EQ(0, writer.Wait(30000));
-    const std::string text = TakeLogFilesWith("marker-7f3a");
-    EXPECT_NE(std::string::npos, text.find("\tWarning\tPlant.Tank\tmarker-7f3a enabled 1\r\n")) << text;
-    EXPECT_EQ(std::string::npos, text.find("disabled"));
-    EXPECT_EQ(std::string::npos, text.find("beyond the mask"));
-    EXPECT_NE(std::string::npos, text.find("marker-7f3a tank warning"));
-    EXPECT_EQ(std::string::npos, text.find("mixer warning"));
-    EXPECT_NE(std::string::npos, text.find("\tError\tPlant.Mixer\tmarker-7f3a mixer error"));
-}
-
-TEST(LogConnection, AWriterStartedBeforeTheServerStaysWithItsFile)
-{
-    OSKAL_RUN_IN_CHILD(60000);
     HANDLE started = CreateEventW(nullptr, TRUE, FALSE, L"OskalLogTestStarted");
     HANDLE go = CreateEventW(nullptr, TRUE, FALSE, L"OskalLogTestGo");
-    TestProcess writer("LogConnection.DISABLED_FileWriter", {{L"OSKAL_LOG_MARKER", L"marker-c41e"},
-                                                             {L"OSKAL_LOG_STARTED", L"OskalLogTestStarted"},
-                                                             {L"OSKAL_LOG_GO", L"OskalLogTestGo"}});
+    TestProcess writer("LogConnection.DISABLED_FileWriter",
+                       {{L"OSKAL_LOG_MARKER", L"marker-7f3a"}, {L"OSKAL_LOG_CONFIG", configuration.Path()}});
     ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(started, 30000));
     {
         Server server;
@@ -357,10 +319,16 @@ TEST(LogConnection, AWriterStartedBeforeTheServerStaysWithItsFile)
         ASSERT_EQ(0, writer.Wait(30000));
         EXPECT_TRUE(server.sink.EntriesOf(writer.Id()).empty());
     }
-    const std::string text = TakeLogFilesWith("marker-c41e");
-    EXPECT_NE(std::string::npos, text.find("marker-c41e after the server started")) << text;
     CloseHandle(started);
     CloseHandle(go);
+    const std::string text = TakeLogFilesWith("marker-7f3a");
+    EXPECT_NE(std::string::npos, text.find("\tWarning\tPlant.Tank\tmarker-7f3a enabled 1\r\n")) << text;
+    EXPECT_EQ(std::string::npos, text.find("disabled"));
+    EXPECT_EQ(std::string::npos, text.find("beyond the mask"));
+    EXPECT_NE(std::string::npos, text.find("marker-7f3a tank warning"));
+    EXPECT_EQ(std::string::npos, text.find("mixer warning"));
+    EXPECT_NE(std::string::npos, text.find("\tError\tPlant.Mixer\tmarker-7f3a mixer error"));
+    EXPECT_NE(std::string::npos, text.find("marker-7f3a after the server started"));
 }
 
 // A server in its own process, until it is killed.

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <random>
 #include <vector>
 
@@ -64,28 +65,13 @@ template <typename T, typename F> bool Throws(F f)
 
 std::vector<__int64> Interesting64()
 {
-    std::vector<__int64> v = {0,
-                              1,
-                              -1,
-                              2,
-                              -2,
-                              3,
-                              65536,
-                              -65536,
-                              0x7FFFFFFF,
-                              -0x7FFFFFFF - 1,
-                              0x80000000LL,
-                              0xFFFFFFFFLL,
-                              0x100000000LL,
-                              -0x100000000LL,
-                              3037000499LL,
-                              3037000500LL,
-                              -3037000500LL,
-                              0x7FFFFFFFFFFFFFFFLL,
-                              -0x7FFFFFFFFFFFFFFFLL - 1,
-                              -0x7FFFFFFFFFFFFFFFLL,
-                              0x4000000000000000LL,
-                              -0x4000000000000000LL};
+    // Zero, small values, and both sides of the 32-bit and 64-bit limits and of the square root of 2^63.
+    // clang-format off
+    const __int64 fixed[] = {0, 1, -1, 2, -2, 3, 65536, -65536, 0x7FFFFFFF, -0x80000000LL,
+        0x80000000LL, 0xFFFFFFFFLL, 0x100000000LL, -0x100000000LL, 3037000499LL, 3037000500LL, -3037000500LL,
+        0x7FFFFFFFFFFFFFFFLL, LLONG_MIN, -0x7FFFFFFFFFFFFFFFLL, 0x4000000000000000LL, -0x4000000000000000LL};
+    // clang-format on
+    std::vector<__int64> v(std::begin(fixed), std::end(fixed));
     std::mt19937_64 random(7);
     for (int i = 0; i < 60; ++i)
         v.push_back(static_cast<__int64>(random() >> (random() % 64)) * ((i & 1) ? -1 : 1));
@@ -184,4 +170,3 @@ TEST(IntegerArithmetic, UnsignedAgainstWideReference)
             EXPECT_EQ(ua < ub, Throws<UIntegerU64>([&] { UIntegerU64(ua) - UIntegerU64(ub); }));
         }
 }
-

@@ -1,6 +1,7 @@
 // The tagged message format: exact bytes and round trips of every value and array form, every
 // short read, the settled count and text rules, and damaged or hostile messages.
 #include "Support/MemoryStream.h"
+#include "Support/Thrown.h"
 
 #include <Oskal/Lib/Messaging/UArraySerializer.h>
 #include <Oskal/Lib/Messaging/UPrimitiveSerializer.h>
@@ -28,12 +29,9 @@ struct S : OskalTests::MemoryStream
         : MemoryStream(data) { m_seekable = bSeekable, m_maxRead = maxRead; }
 };
 
-// The message of the USerializationException the call throws, or "" when none is thrown.
-template <typename F> std::wstring SerializationFailure(F call)
-{
-    try { call(); } catch (const USerializationException& e) { return e.GetMessageText(); }
-    return L"";
-}
+// The message of the USerializationException the call throws.
+template <typename F> std::wstring SerializationFailure(F call) { return OskalTests::Thrown<USerializationException>(call); }
+const wchar_t* const kNone = L"(no exception)";
 
 template <typename T> UVector<T> Vec(std::initializer_list<T> values)
 { return UVector<T>(values.begin(), static_cast<unsigned long>(values.size())); }
@@ -128,7 +126,7 @@ TEST(WireFormat, ExactBytesRoundTripsAndEveryShortRead)
             const size_t length = item.bytes.size() - cut / 2, seekable = cut % 2;
             S in(Bytes(item.bytes.begin(), item.bytes.begin() + length), int(seekable), seekable ? 0x7FFFFFFF : 1), out;
             in.ReadByte();
-            EXPECT_EQ(cut < 2 ? L"" : L"Unexpected end of stream.", SerializationFailure([&] { item.echo(&in, &out); }))
+            EXPECT_EQ(cut < 2 ? kNone : L"Unexpected end of stream.", SerializationFailure([&] { item.echo(&in, &out); }))
                 << item.name << " cut to " << length;
             EXPECT_EQ(cut < 2 ? item.bytes : out.m_data, out.m_data) << item.name;
         }
@@ -208,7 +206,7 @@ TEST(HostileMessage, HugeCountsEndBeforeLargeAllocationsYetLargeArraysArrive)
             }
         S in({0xFF, 0xFF, 0xFF, 0x7F, 1, 2, 3}, seekable);
         UVector<unsigned char> values;
-        EXPECT_NE(L"", SerializationFailure([&] { A::DeserializeArrayOfByte(values, &in); }));
+        EXPECT_NE(kNone, SerializationFailure([&] { A::DeserializeArrayOfByte(values, &in); }));
         EXPECT_LT(values.GetCapacity(), 1000u);
     }
     // Yet large arrays still arrive from streams that cannot tell their size.
@@ -251,7 +249,7 @@ TEST(HostileMessage, MutationRunEndsOnlyInSerializationExceptions)
         S in(message, round & 1, (round & 2) ? 3 : 0x7FFFFFFF);
         ++(SerializationFailure([&] {
               for (long tag = in.ReadByte(); tag >= 0 && ReadItem(tag, &in); tag = in.ReadByte()) {}
-          }).empty() ? clean : failures);
+          }) == kNone ? clean : failures);
     }
     EXPECT_GT(failures, 10000);
     EXPECT_GT(clean, 1000);

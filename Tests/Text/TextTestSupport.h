@@ -3,8 +3,9 @@
 #pragma once
 
 #include <Oskal/Lib/Internal/ReleasePtr.h>
-#include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UReferenceManagement.h>
+
+#include "Support/Thrown.h"
 
 #include <windows.h>
 
@@ -29,29 +30,7 @@ inline Bytes WindowsEncode(const std::wstring& text)
     return bytes;
 }
 
-inline std::wstring Describe(const Oskal::Lib::Exceptions::UException& e)
-{
-    return e.GetMessageText();
-}
-
-inline std::wstring Describe(const Oskal::Lib::Exceptions::UArgumentException& e)
-{
-    return std::wstring(e.GetName()) + L"|" + e.GetMessageText();
-}
-
-// "name|message" of the argument exception (just the message of others) of type E that f throws.
-template <typename E = Oskal::Lib::Exceptions::UArgumentException, typename F> std::wstring Thrown(F f)
-{
-    try
-    {
-        f();
-    }
-    catch (const E& e)
-    {
-        return Describe(e);
-    }
-    return L"(no exception)";
-}
+using OskalTests::Thrown;
 
 inline Bytes ToBytes(std::initializer_list<int> values)
 {
