@@ -125,7 +125,7 @@ void UThreadPoolTask::WaitForTaskToExit(unsigned long ulTimeout)
                 SwitchToThread();
             break;
         }
-        if (wait == 0 || (result == WAIT_TIMEOUT && wait != INFINITE))
+        if (result == WAIT_TIMEOUT || wait == 0)
         {
             if (InterlockedCompareExchange(&m_lExit, state - kWaiter, state) == state)
                 throw UTimeoutException(L"Waiting for the task to exit timed out.");
