@@ -138,7 +138,8 @@ TEST(UThreadPool, SlotAndExitWaitsGiveUpOrWake)
         Call exitWaiter([&](void* pvLimit, void*, void*) {
             return spin.WaitForTaskToExit(reinterpret_cast<uintptr_t>(pvLimit)), InterlockedIncrement(&woken), 0UL; });
         Call slotWaiter([&](void*, void*, void*) {
-            return pool.Execute(&other, INFINITE), other.WaitForTaskToExit(INFINITE), InterlockedIncrement(&woken), 0UL; });
+            pool.Execute(&other, INFINITE), other.WaitForTaskToExit(INFINITE);
+            return InterlockedIncrement(&woken), 0UL; });
         UThread threads[3];
         threads[0].Start(&exitWaiter, reinterpret_cast<void*>(uintptr_t(INFINITE)));
         threads[1].Start(&exitWaiter, reinterpret_cast<void*>(uintptr_t(20000))), threads[2].Start(&slotWaiter);
@@ -146,7 +147,8 @@ TEST(UThreadPool, SlotAndExitWaitsGiveUpOrWake)
         SetEvent(release.h);
         for (UThread& thread : threads)
             thread.Join(INFINITE);
-        EXPECT_TRUE(woken == 3 && spin.GetTaskState() == TaskStateFinished && other.GetTaskState() == TaskStateFinished);
+        EXPECT_EQ(3, woken);
+        EXPECT_TRUE(spin.GetTaskState() == TaskStateFinished && other.GetTaskState() == TaskStateFinished);
     }
     ASSERT_TRUE(WaitUntil([&] { return pool.GetFreeThreadCount() + pool.GetUsedThreadCount() == 0; }, &pool));
     ResetEvent(release.h), pool.Execute(&spin, 0);
