@@ -120,6 +120,42 @@ TEST(UThreadPool, SlotsLostAndRegainedAsKept)
     SetEvent(release.h), a.WaitForTaskToExit(INFINITE), b.WaitForTaskToExit(INFINITE);
 }
 
+// Waits for a slot or an exit that give up take nothing with them; every waiter wakes when its
+// slot or task is free, also in a later round of a task waited for before; a slot given back at
+// the maximum is dropped.
+TEST(UThreadPool, SlotAndExitWaitsGiveUpOrWake)
+{
+    OSKAL_RUN_IN_CHILD(30000);
+    UThreadPool pool(0, 1, 0);
+    Gate release;
+    FnTask spin(0xFFFFFFFF, L"Spin", [&](FnTask&) { Spin(release.h); }), other(0xFFFFFFFF, L"Other");
+    for (unsigned long limit : {0UL, 20UL})
+    {
+        ResetEvent(release.h), pool.Execute(&spin, INFINITE);
+        EXPECT_THROW(pool.Execute(&other, limit), UTimeoutException);
+        EXPECT_THROW(spin.WaitForTaskToExit(limit), UTimeoutException);
+        volatile long woken = 0;
+        Call exitWaiter([&](void* pvLimit, void*, void*) {
+            return spin.WaitForTaskToExit(reinterpret_cast<uintptr_t>(pvLimit)), InterlockedIncrement(&woken), 0UL; });
+        Call slotWaiter([&](void*, void*, void*) {
+            pool.Execute(&other, INFINITE), other.WaitForTaskToExit(INFINITE);
+            return InterlockedIncrement(&woken), 0UL; });
+        UThread threads[3];
+        threads[0].Start(&exitWaiter, reinterpret_cast<void*>(uintptr_t(INFINITE)));
+        threads[1].Start(&exitWaiter, reinterpret_cast<void*>(uintptr_t(20000))), threads[2].Start(&slotWaiter);
+        Sleep(50); // let them wait
+        SetEvent(release.h);
+        for (UThread& thread : threads)
+            thread.Join(INFINITE);
+        EXPECT_EQ(3, woken);
+        EXPECT_TRUE(spin.GetTaskState() == TaskStateFinished && other.GetTaskState() == TaskStateFinished);
+    }
+    ASSERT_TRUE(WaitUntil([&] { return pool.GetFreeThreadCount() + pool.GetUsedThreadCount() == 0; }, &pool));
+    ResetEvent(release.h), pool.Execute(&spin, 0);
+    EXPECT_THROW(pool.Execute(&other, 0), UTimeoutException); // the retired worker's slot was dropped
+    SetEvent(release.h), spin.WaitForTaskToExit(INFINITE);
+}
+
 TEST(UThreadPool, WorkersStartFromSkewedStacksAndSurviveWhatRunDoes)
 {
     OskalTests::RunOnSkewedStacks("UThreadPool workers", [] {

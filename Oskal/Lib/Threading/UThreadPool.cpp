@@ -59,24 +59,30 @@ bool ArmTimer(HANDLE hTimer)
     return SetWaitableTimer(hTimer, &dueTime, 1000, nullptr, nullptr, FALSE) != FALSE;
 }
 
-// Posts until the message is taken, logging each failure; gives up only when hGiveUp (if any) is
-// signalled. Returns whether it was posted.
-bool PostWithRetry(unsigned long ulThreadId, UINT uMessage, WPARAM wParam, const wchar_t* pszRetryText,
-                   HANDLE hGiveUp = nullptr)
+// Posts until the message is taken, logging each failure; gives up only when giveUp() says so.
+// Returns whether it was posted.
+template <typename TGiveUp>
+bool PostWithRetry(unsigned long ulThreadId, UINT uMessage, WPARAM wParam, const wchar_t* pszRetryText, TGiveUp giveUp)
 {
     while (!PostThreadMessageW(ulThreadId, uMessage, wParam, 0))
     {
         ULog::Write(kSource, eLogSeverity_Warning, pszRetryText);
-        if (hGiveUp != nullptr ? WaitForSingleObject(hGiveUp, 20) == WAIT_OBJECT_0 : (Sleep(20), false))
+        Sleep(20);
+        if (giveUp())
             return false;
     }
     return true;
 }
 
+bool Never()
+{
+    return false;
+}
+
 } // namespace
 
 UThreadPool::UThreadPool(unsigned long ulMinThreads, unsigned long ulMaxThreads, unsigned long ulKeepTime)
-    : m_pManagerThread(nullptr), m_hSlots(nullptr), m_lSlots(0), m_hManagerReady(nullptr), m_hManagerFailed(nullptr),
+    : m_pManagerThread(nullptr), m_lSlots(0), m_lSlotWaiters(0), m_hManagerReady(nullptr), m_hManagerFailed(nullptr),
       m_ulMinThreads(ulMinThreads), m_ulMaxThreads(ulMaxThreads), m_ulKeepTime(ulKeepTime),
       m_lManagerState(eManager_NotRunning), m_lManagerThreadId(0), m_lUsed(0), m_lFree(0), m_lQueued(0), m_lAborted(0)
 {
@@ -85,13 +91,14 @@ UThreadPool::UThreadPool(unsigned long ulMinThreads, unsigned long ulMaxThreads,
     if (ulMinThreads > ulMaxThreads)
         throw UArgumentException(L"ulMinThreads", L"Argument 'ulMinThreads' must not be greater than 'ulMaxThreads'.");
     m_lSlots = static_cast<LONG>(ulMaxThreads);
-    m_hSlots = CreateSemaphoreW(nullptr, 0, static_cast<LONG>(ulMaxThreads), nullptr);
+    InitializeSRWLock(&m_slotLock);
+    InitializeConditionVariable(&m_slotFreed);
     m_hManagerReady = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     m_hManagerFailed = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    if (m_hSlots == nullptr || m_hManagerReady == nullptr || m_hManagerFailed == nullptr)
+    if (m_hManagerReady == nullptr || m_hManagerFailed == nullptr)
     {
         unsigned long error = GetLastError();
-        for (HANDLE h : {m_hSlots, m_hManagerReady, m_hManagerFailed})
+        for (HANDLE h : {m_hManagerReady, m_hManagerFailed})
             if (h != nullptr)
                 CloseHandle(h);
         throw UWin32Exception(L"Creating the thread pool's synchronisation objects failed.", error);
@@ -108,7 +115,6 @@ UThreadPool::~UThreadPool() noexcept(false)
         delete thread;
     while (UThreadPoolThread* thread = m_freeList.PopFront())
         delete thread;
-    CloseHandle(m_hSlots);
     CloseHandle(m_hManagerReady);
     CloseHandle(m_hManagerFailed);
 }
@@ -140,7 +146,7 @@ void UThreadPool::Execute(UThreadPoolTask* pTask, unsigned long ulTimeout)
         // Kept: the slot taken above stays taken (pinned by UThreadPool.SlotsLostAndRegainedAsKept).
         throw UInvalidOperationException(L"Task is already executed by another thread.");
     }
-    ResetEvent(pTask->m_hExitEvent);
+    pTask->ResetExit();
     pTask->SetAbortPending(0);
     pTask->SetThreadPool(this);
     pTask->SetTaskState(TaskStateQueued);
@@ -148,7 +154,8 @@ void UThreadPool::Execute(UThreadPoolTask* pTask, unsigned long ulTimeout)
     InterlockedIncrement(&m_lQueued);
     PostWithRetry(static_cast<unsigned long>(Read(m_lManagerThreadId)), MSG_THREAD_POOL_EXECUTE_TASK,
                   reinterpret_cast<WPARAM>(pTask),
-                  L"Posting message 'MSG_THREAD_POOL_EXECUTE_TASK' to thread pool manager failed. Trying again...");
+                  L"Posting message 'MSG_THREAD_POOL_EXECUTE_TASK' to thread pool manager failed. Trying again...",
+                  Never);
 }
 
 void UThreadPool::Shutdown()
@@ -263,7 +270,7 @@ void UThreadPool::Abort(UThreadPoolTask* pTask)
     // Gives up posting once the task has left the pool some other way (a shutdown ends the manager).
     PostWithRetry(managerId, MSG_THREAD_POOL_ABORT_TASK, reinterpret_cast<WPARAM>(pTask),
                   L"Posting message 'MSG_THREAD_POOL_ABORT_TASK' to thread pool manager failed. Trying again...",
-                  pTask->m_hExitEvent);
+                  [pTask] { return pTask->HasExited(); });
     for (;;)
     {
         try
@@ -390,9 +397,10 @@ void UThreadPool::ReturnThreadPoolThread(UThreadPoolThread* pThread, UThreadPool
     pTask->SetThreadPool(nullptr);
     // Kept: the exit event is the last touch; from here the task may be deleted or executed again
     // (pinned by UThreadPool.AbortsTasksOverTheirLimitOnRequestAndWhenTheirThreadDies).
-    SetEvent(pTask->m_hExitEvent);
+    pTask->SignalExit();
     PostWithRetry(GetManagerThreadId(), MSG_THREAD_RETURN_THREAD, reinterpret_cast<WPARAM>(pThread),
-                  L"Posting MSG_THREAD_RETURN_THREAD message failed. Trying again...", pThread->m_hQuit);
+                  L"Posting MSG_THREAD_RETURN_THREAD message failed. Trying again...",
+                  [pThread] { return WaitForSingleObject(pThread->m_hQuit, 0) == WAIT_OBJECT_0; });
 }
 
 void UThreadPool::ReturnThread(UThreadPoolThread* pThread)
@@ -612,7 +620,7 @@ void UThreadPool::EndTask(UThreadPoolTask* pTask)
 {
     pTask->SetThreadPool(nullptr);
     // The last touch: from here the task may be deleted or executed again.
-    SetEvent(pTask->m_hExitEvent);
+    pTask->SignalExit();
 }
 
 void UThreadPool::LogStatus()
@@ -627,24 +635,42 @@ void UThreadPool::PublishCounts()
     InterlockedExchange(&m_lFree, static_cast<LONG>(m_freeList.Count()));
 }
 
-// The slots are counted here, as free slots less waiting callers; the semaphore is touched only
-// when a caller has to wait or a waiting one is woken, which spares two kernel calls per task.
+bool UThreadPool::TryTakeSlot()
+{
+    LONG slots = Read(m_lSlots);
+    while (slots > 0)
+    {
+        LONG seen = InterlockedCompareExchange(&m_lSlots, slots - 1, slots);
+        if (seen == slots)
+            return true;
+        slots = seen;
+    }
+    return false;
+}
+
 bool UThreadPool::AcquireSlot(unsigned long ulTimeout)
 {
-    if (InterlockedDecrement(&m_lSlots) >= 0)
+    if (TryTakeSlot())
         return true;
-    if (WaitForSingleObject(m_hSlots, ulTimeout) == WAIT_OBJECT_0)
-        return true;
+    if (ulTimeout == 0)
+        return false;
+    const unsigned long start = GetTickCount();
+    AcquireSRWLockExclusive(&m_slotLock);
+    // Counted before looking again, so that a release either finds this caller counted (and wakes
+    // it under the lock) or comes before the look.
+    InterlockedIncrement(&m_lSlotWaiters);
+    bool taken;
     for (;;)
     {
-        // Timed out: stop waiting, unless a release has counted this caller in already; then its
-        // signal is on the way and the slot is ours.
-        LONG slots = Read(m_lSlots);
-        if (slots >= 0)
-            return WaitForSingleObject(m_hSlots, INFINITE), true;
-        if (InterlockedCompareExchange(&m_lSlots, slots + 1, slots) == slots)
-            return false;
+        taken = TryTakeSlot();
+        unsigned long elapsed = GetTickCount() - start;
+        if (taken || (ulTimeout != INFINITE && elapsed >= ulTimeout))
+            break;
+        SleepConditionVariableSRW(&m_slotFreed, &m_slotLock, ulTimeout == INFINITE ? INFINITE : ulTimeout - elapsed, 0);
     }
+    InterlockedDecrement(&m_lSlotWaiters);
+    ReleaseSRWLockExclusive(&m_slotLock);
+    return taken;
 }
 
 void UThreadPool::ReleaseSlot()
@@ -656,12 +682,14 @@ void UThreadPool::ReleaseSlot()
         if (slots >= static_cast<LONG>(m_ulMaxThreads))
             return;
         if (InterlockedCompareExchange(&m_lSlots, slots + 1, slots) == slots)
-        {
-            if (slots < 0)
-                ReleaseSemaphore(m_hSlots, 1, nullptr);
-            return;
-        }
+            break;
     }
+    if (Read(m_lSlotWaiters) == 0)
+        return;
+    // Through the lock: a waiter between its look and its sleep holds it.
+    AcquireSRWLockExclusive(&m_slotLock);
+    ReleaseSRWLockExclusive(&m_slotLock);
+    WakeConditionVariable(&m_slotFreed);
 }
 
 void UThreadPool::CountAbortedTask()

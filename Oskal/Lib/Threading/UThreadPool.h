@@ -88,6 +88,7 @@ private:
     void LogStatus();
     void PublishCounts();
     bool AcquireSlot(unsigned long ulTimeout);
+    bool TryTakeSlot();
     void ReleaseSlot();
     void CountAbortedTask();
     void ThrowIfOwnThread() const;
@@ -98,8 +99,12 @@ private:
     UThread* m_pManagerThread;
     UThreadPoolThreadList m_freeList;
     UThreadPoolThreadList m_usedList;
-    HANDLE m_hSlots;
+    // The slot semaphore: the free slots, counted with interlocked operations; callers that find
+    // none sleep on a condition variable, so that no step of it is a kernel call.
     volatile LONG m_lSlots;
+    volatile LONG m_lSlotWaiters;
+    SRWLOCK m_slotLock;
+    CONDITION_VARIABLE m_slotFreed;
     HANDLE m_hManagerReady;
     HANDLE m_hManagerFailed;
     unsigned long m_ulMinThreads;

@@ -20,14 +20,35 @@ namespace
 
 const wchar_t kNoName[] = L"<not specified>";
 
+// The exit event's state word. Bit 0: the task is out of the pool (the event's signalled state).
+// Bit 1: m_hExitEvent has been set since the last reset. Bits 2-23: threads registered to wait on
+// m_hExitEvent (a 32-bit process cannot have 2^22 threads). Bits 24-31: the round, counted on by
+// each reset, so that a waiter sees its round end even when the task is queued again before it
+// looks.
+const LONG kExited = 1;
+const LONG kKernelSet = 2;
+const LONG kWaiter = 4;
+const LONG kWaiters = 0x00FFFFFC;
+const unsigned long kRound = 0x01000000;
+
+LONG RoundOf(LONG lState)
+{
+    return static_cast<LONG>(static_cast<unsigned long>(lState) / kRound);
+}
+
+bool RoundEnded(LONG lState, LONG lRound)
+{
+    return (lState & kExited) != 0 || RoundOf(lState) != lRound;
+}
+
 } // namespace
 
 UThreadPoolTask::UThreadPoolTask() : UThreadPoolTask(0xFFFFFFFF, nullptr) {}
 
 UThreadPoolTask::UThreadPoolTask(unsigned long ulTimeout, const wchar_t* pszName)
     : m_pThreadPool(nullptr), m_lState(TaskStateIdle), m_ulTimeout(ulTimeout), m_ulStartTick(0),
-      m_ulSuspendAbortCount(0), m_bAbortPending(0), m_hExitEvent(CreateEventW(nullptr, TRUE, TRUE, nullptr)),
-      m_pWorker(nullptr)
+      m_ulSuspendAbortCount(0), m_bAbortPending(0), m_hExitEvent(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
+      m_lExit(kExited), m_pWorker(nullptr)
 {
     InitializeCriticalSection(&m_watchdogLock);
     SetTaskName(pszName);
@@ -74,8 +95,86 @@ int UThreadPoolTask::IsTaskInProgress() const
 
 void UThreadPoolTask::WaitForTaskToExit(unsigned long ulTimeout)
 {
-    if (WaitForSingleObject(m_hExitEvent, ulTimeout) == WAIT_TIMEOUT)
-        throw UTimeoutException(L"Waiting for the task to exit timed out.");
+    LONG state = InterlockedCompareExchange(&m_lExit, 0, 0);
+    for (;;)
+    {
+        if ((state & kExited) != 0)
+            return;
+        if (ulTimeout == 0)
+            throw UTimeoutException(L"Waiting for the task to exit timed out.");
+        LONG seen = InterlockedCompareExchange(&m_lExit, state + kWaiter, state);
+        if (seen == state)
+            break;
+        state = seen;
+    }
+    // Registered: whoever ends this round sets the kernel event before it marks the round ended.
+    const LONG round = RoundOf(state);
+    const unsigned long start = GetTickCount();
+    for (;;)
+    {
+        unsigned long elapsed = GetTickCount() - start;
+        DWORD wait = ulTimeout == INFINITE ? INFINITE : elapsed < ulTimeout ? ulTimeout - elapsed : 0;
+        DWORD result = WaitForSingleObject(m_hExitEvent, wait);
+        state = InterlockedCompareExchange(&m_lExit, 0, 0);
+        if (RoundEnded(state, round))
+            break;
+        if (result == WAIT_OBJECT_0)
+        {
+            // Set, and about to be marked: the setter is between its two steps.
+            while (!RoundEnded(InterlockedCompareExchange(&m_lExit, 0, 0), round))
+                SwitchToThread();
+            break;
+        }
+        if (result == WAIT_TIMEOUT || wait == 0)
+        {
+            if (InterlockedCompareExchange(&m_lExit, state - kWaiter, state) == state)
+                throw UTimeoutException(L"Waiting for the task to exit timed out.");
+            continue; // the state moved on: look again
+        }
+        Sleep(1); // the wait failed (no event): poll
+    }
+    InterlockedExchangeAdd(&m_lExit, -kWaiter);
+}
+
+void UThreadPoolTask::ResetExit()
+{
+    LONG state = InterlockedCompareExchange(&m_lExit, 0, 0);
+    if ((state & kKernelSet) != 0)
+        ResetEvent(m_hExitEvent);
+    for (;;)
+    {
+        LONG next = static_cast<LONG>(
+            (static_cast<unsigned long>(state) & ~static_cast<unsigned long>(kExited | kKernelSet)) + kRound);
+        LONG seen = InterlockedCompareExchange(&m_lExit, next, state);
+        if (seen == state)
+            return;
+        state = seen;
+    }
+}
+
+void UThreadPoolTask::SignalExit()
+{
+    HANDLE event = m_hExitEvent;
+    LONG set = 0;
+    LONG state = InterlockedCompareExchange(&m_lExit, 0, 0);
+    for (;;)
+    {
+        if ((state & kWaiters) != 0 && set == 0)
+        {
+            SetEvent(event);
+            set = kKernelSet;
+        }
+        // The last touch: once the round is marked ended, the task may be deleted or queued again.
+        LONG seen = InterlockedCompareExchange(&m_lExit, state | kExited | set, state);
+        if (seen == state)
+            return;
+        state = seen;
+    }
+}
+
+bool UThreadPoolTask::HasExited() const
+{
+    return (InterlockedCompareExchange(const_cast<LONG*>(&m_lExit), 0, 0) & kExited) != 0;
 }
 
 void UThreadPoolTask::AbortTask()
@@ -208,7 +307,7 @@ void UThreadPoolTask::ResumeTaskAbort()
     {
     }
     SetThreadPool(nullptr);
-    SetEvent(m_hExitEvent);
+    SignalExit();
     _endthreadex(0xFFFFFFFF);
 }
 

@@ -106,6 +106,11 @@ private:
     void LeaveWatchdog();
     void EnterWatchdogFromRun();
     int HasTaskTimedOutLocked(unsigned long ulNow) const;
+    // The exit event, kept in m_lExit so that setting, resetting and a wait on an exited task cost
+    // no kernel call; m_hExitEvent is set only when a thread waits on it.
+    void ResetExit();
+    void SignalExit();
+    bool HasExited() const;
 
     UThreadPool* volatile m_pThreadPool;
     volatile LONG m_lState;
@@ -119,6 +124,7 @@ private:
     // worker terminated while it waits for it leaves no trace in it.
     CRITICAL_SECTION m_watchdogLock;
     HANDLE m_hExitEvent;
+    volatile LONG m_lExit;
     // The worker that runs the task, for the task's own ResumeTaskAbort.
     UThreadPoolThread* volatile m_pWorker;
 };

@@ -30,22 +30,21 @@ void* Arg(unsigned long ulValue)
 } // namespace
 
 UThreadPoolThread::UThreadPoolThread(UThreadPool* pPool)
-    : m_pPool(pPool), m_pCurrentTask(nullptr), m_hTaskAssigned(CreateEventW(nullptr, FALSE, FALSE, nullptr)),
+    : m_pPool(pPool), m_pCurrentTask(nullptr), m_bAssigned(0), m_bQuit(0),
       m_hQuit(CreateEventW(nullptr, TRUE, FALSE, nullptr)), m_lLastReturnedTick(static_cast<LONG>(GetTickCount())),
       m_pPrev(nullptr), m_pNext(nullptr), m_pList(nullptr)
 {
     m_szLastTaskName[0] = L'\0';
-    if (m_hTaskAssigned == nullptr || m_hQuit == nullptr || !Start(this, this))
+    InitializeSRWLock(&m_signalLock);
+    InitializeConditionVariable(&m_signal);
+    if (m_hQuit == nullptr || !Start(this, this))
         ULog::Write(kSource, Logging::eLogSeverity_Critical, L"Starting thread failed.");
 }
 
 UThreadPoolThread::~UThreadPoolThread()
 {
-    if (m_hQuit != nullptr)
-        SetEvent(m_hQuit);
+    Quit();
     Join(INFINITE);
-    if (m_hTaskAssigned != nullptr)
-        CloseHandle(m_hTaskAssigned);
     if (m_hQuit != nullptr)
         CloseHandle(m_hQuit);
 }
@@ -55,10 +54,9 @@ unsigned long UThreadPoolThread::ThreadProc(void*, void*, void*)
     // Never killed while idle: only Run may be cut short.
     SuspendTermination();
     TlsSetValue(gPoolSlot, m_pPool);
-    HANDLE events[2] = {m_hQuit, m_hTaskAssigned};
     for (;;)
     {
-        if (WaitForMultipleObjects(2, events, FALSE, INFINITE) != WAIT_OBJECT_0 + 1)
+        if (!WaitForAssignment())
             return 0;
         UThreadPoolTask* task = WaitForTask();
         if (task == nullptr)
@@ -86,6 +84,29 @@ unsigned long UThreadPoolThread::ThreadProc(void*, void*, void*)
         if (!FinishTask())
             return 0;
     }
+}
+
+bool UThreadPoolThread::WaitForAssignment()
+{
+    AcquireSRWLockExclusive(&m_signalLock);
+    while (!m_bQuit && !m_bAssigned)
+        SleepConditionVariableSRW(&m_signal, &m_signalLock, INFINITE, 0);
+    // Quit goes first.
+    bool assigned = !m_bQuit;
+    if (assigned)
+        m_bAssigned = 0;
+    ReleaseSRWLockExclusive(&m_signalLock);
+    return assigned;
+}
+
+void UThreadPoolThread::Quit()
+{
+    AcquireSRWLockExclusive(&m_signalLock);
+    m_bQuit = 1;
+    ReleaseSRWLockExclusive(&m_signalLock);
+    WakeAllConditionVariable(&m_signal);
+    if (m_hQuit != nullptr)
+        SetEvent(m_hQuit);
 }
 
 UThreadPoolTask* UThreadPoolThread::WaitForTask()
@@ -125,7 +146,7 @@ void UThreadPoolThread::TerminateWorker()
     if (!IsActive())
         return;
     ULog::Write(kSource, Logging::eLogSeverity_Information, L"Terminating thread (id: 0x%x).", Arg(GetThreadId()));
-    SetEvent(m_hQuit);
+    Quit();
     // Immediate while the worker runs a task (termination is suspended at all other times, and
     // then the quit event ends it).
     RequestTermination(0xFFFFFFFF);
@@ -161,7 +182,10 @@ void UThreadPoolThread::AssignTask(UThreadPoolTask* pTask)
     wmemcpy(m_szLastTaskName, pTask->GetTaskName(), length);
     m_szLastTaskName[length] = L'\0';
     PutTask(pTask);
-    SetEvent(m_hTaskAssigned);
+    AcquireSRWLockExclusive(&m_signalLock);
+    m_bAssigned = 1;
+    ReleaseSRWLockExclusive(&m_signalLock);
+    WakeConditionVariable(&m_signal);
 }
 
 unsigned long UThreadPoolThread::GetLastReturnedTick()

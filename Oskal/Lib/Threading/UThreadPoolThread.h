@@ -41,7 +41,9 @@ private:
     bool TakeTask(UThreadPoolTask* pTask);
     void PutTask(UThreadPoolTask* pTask);
     void AssignTask(UThreadPoolTask* pTask);
+    bool WaitForAssignment();
     UThreadPoolTask* WaitForTask();
+    void Quit();
     bool FinishTask();
     void TerminateWorker();
     unsigned long GetLastReturnedTick();
@@ -53,7 +55,12 @@ private:
 
     UThreadPool* m_pPool;
     UThreadPoolTask* volatile m_pCurrentTask;
-    HANDLE m_hTaskAssigned;
+    // The task-assigned and quit signals. An idle worker waits on a condition variable, which costs
+    // no kernel call; the quit event is also set for the timed waits of the rarer paths.
+    SRWLOCK m_signalLock;
+    CONDITION_VARIABLE m_signal;
+    int m_bAssigned;
+    int m_bQuit;
     HANDLE m_hQuit;
     volatile LONG m_lLastReturnedTick;
     // The name of the task last assigned, for the report when the thread died under it.
