@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Support/Thrown.h"
+
 #include <Oskal/Lib/Logging/ULog.h>
 #include <Oskal/Lib/Threading/UThreadPool.h>
 #include <functional>
@@ -90,11 +92,6 @@ inline void Sync(UThreadPool& pool)
 inline std::wstring Hex(unsigned long ulValue)
 { wchar_t text[16]; return swprintf(text, 16, L"0x%lx", ulValue), text; }
 
-// The message of the TException the call throws, or "(nothing thrown)".
-template <typename TException> std::wstring MessageOf(const std::function<void()>& call)
-{
-    try { call(); } catch (const TException& e) { return e.GetMessageText(); }
-    return L"(nothing thrown)";
-}
+using OskalTests::Thrown;
 
 } // namespace PoolTests

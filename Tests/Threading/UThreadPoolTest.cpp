@@ -70,9 +70,9 @@ TEST(UThreadPool, GrowsToTheMaximumAndRetiresDownToTheMinimum)
     }));
     FnTask extra(0xFFFFFFFF, L"Extra");
     EXPECT_EQ(L"Waiting for a thread to become available timed out.",
-              MessageOf<UTimeoutException>([&] { pool.Execute(&extra, 0); }));
+              Thrown<UTimeoutException>([&] { pool.Execute(&extra, 0); }));
     EXPECT_EQ(L"Waiting for the task to exit timed out.",
-              MessageOf<UTimeoutException>([&] { tasks[0]->WaitForTaskToExit(0); }));
+              Thrown<UTimeoutException>([&] { tasks[0]->WaitForTaskToExit(0); }));
     PostThreadMessageW(pool.GetManagerThreadId(), WM_USER + 9, 0, 0); // not the manager's
     SetEvent(release.h);
     for (auto& task : tasks)
@@ -104,7 +104,7 @@ TEST(UThreadPool, SlotsLostAndRegainedAsKept)
     FnTask a(0xFFFFFFFF, L"A", [&](FnTask&) { Spin(release.h); }), b(0xFFFFFFFF, L"B", a.run), c(0, L"C");
     pool.Execute(&a, INFINITE);
     EXPECT_EQ(L"Task is already executed by another thread.",
-              MessageOf<UInvalidOperationException>([&] { pool.Execute(&a, 0); }));
+              Thrown<UInvalidOperationException>([&] { pool.Execute(&a, 0); }));
     ExpectLine(log, L"Task (A) is already executed in by another thread.", kPool, 4, GetCurrentThreadId());
     SetEvent(release.h), a.WaitForTaskToExit(INFINITE);
     ASSERT_TRUE(WaitUntil([&] { return pool.GetFreeThreadCount() == 1; }));
@@ -168,8 +168,8 @@ TEST(UThreadPool, WorkersStartFromSkewedStacksAndSurviveWhatRunDoes)
             for (int i = 1; i <= 100; ++i)
                 sum += 1.0 / i;
             // The pool's own threads may not wait for the pool.
-            refused += MessageOf<UInvalidOperationException>([&] { pool.Shutdown(); }) != L"(nothing thrown)";
-            refused += MessageOf<UInvalidOperationException>([&] { t.AbortTask(); }) != L"(nothing thrown)";
+            refused += Thrown<UInvalidOperationException>([&] { pool.Shutdown(); }) != L"(no exception)";
+            refused += Thrown<UInvalidOperationException>([&] { t.AbortTask(); }) != L"(no exception)";
         });
         FnTask thrower(0xFFFFFFFF, L"Thrower", [](FnTask&) { throw 5; });
         pool.Execute(&thrower, INFINITE), pool.Execute(&math, INFINITE);
@@ -280,7 +280,7 @@ TEST(UThreadPool, ShutdownEndsRunningAndQueuedTasks)
     // slots, a fifth refusal would otherwise be a time-out.
     FnTask refused(0xFFFFFFFF, L"Refused");
     ASSERT_TRUE(WaitUntil([&] {
-        return MessageOf<UException>([&] { pool->Execute(&refused, 0); }) == L"The thread pool has been shut down.";
+        return Thrown<UException>([&] { pool->Execute(&refused, 0); }) == L"The thread pool has been shut down.";
     }));
     SetEvent(resume.h), thread.Join(INFINITE);
     for (int i = 0; i < 5; ++i)

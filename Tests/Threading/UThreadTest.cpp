@@ -37,7 +37,7 @@ TEST(UThread, RunsTheProcedureKeepsTheExitCodeAndLeavesARunningThreadAlone)
     const unsigned long id = thread.GetThreadId();
     EXPECT_EQ(0, thread.Start(&proc)); // the running thread is left alone
     EXPECT_TRUE(thread.GetThreadId() == id && thread.IsActive() == 1 && thread.GetExitCode() == 259);
-    EXPECT_EQ(L"Waiting for the thread to join timed out.", MessageOf<UTimeoutException>([&] { thread.Join(0); }));
+    EXPECT_EQ(L"Waiting for the thread to join timed out.", Thrown<UTimeoutException>([&] { thread.Join(0); }));
     SetEvent(gate.h), thread.Join(INFINITE);
     EXPECT_EQ(7UL, thread.GetExitCode());
 }
