@@ -1,6 +1,7 @@
 #include <Oskal/Lib/Xml/UXmlWriter.h>
 
 #include <Oskal/Lib/Internal/ArgumentChecks.h>
+#include <Oskal/Lib/Internal/WideBuffer.h>
 #include <Oskal/Lib/Text/UUTF8Encoding.h>
 #include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UInvalidOperationException.h>
@@ -29,81 +30,7 @@ const unsigned long kOutputChunk = 4096;
 const wchar_t kNotProperState[] = L"Writer is not in the proper state for this operation.";
 const wchar_t kInvalidState[] = L"Invalid writer state for this operation.";
 
-// A growable wide-character buffer kept in this module: the writer makes many tiny appends per
-// element, and the standard string's out-of-line members cost more than the work itself.
-class WideBuffer
-{
-public:
-    WideBuffer() = default;
-    WideBuffer(const WideBuffer& other) { assign(other.data(), other.size()); }
-    WideBuffer& operator=(const WideBuffer& other)
-    {
-        if (this != &other)
-            assign(other.data(), other.size());
-        return *this;
-    }
-    ~WideBuffer() { std::free(m_p); }
-
-    void clear()
-    {
-        m_size = 0;
-        if (m_p != nullptr)
-            m_p[0] = 0;
-    }
-    bool empty() const { return m_size == 0; }
-    size_t size() const { return m_size; }
-    const wchar_t* data() const { return m_p != nullptr ? m_p : L""; }
-    const wchar_t* c_str() const { return data(); }
-    void push_back(wchar_t wc)
-    {
-        Reserve(m_size + 2);
-        m_p[m_size++] = wc;
-        m_p[m_size] = 0;
-    }
-    void append(const wchar_t* pwc, size_t count)
-    {
-        Reserve(m_size + count + 1);
-        wchar_t* out = m_p + m_size;
-        for (size_t i = 0; i < count; ++i)
-            out[i] = pwc[i];
-        m_size += count;
-        m_p[m_size] = 0;
-    }
-    void append(const wchar_t* psz) { append(psz, std::wcslen(psz)); }
-    void truncate(size_t size)
-    {
-        if (size < m_size)
-        {
-            m_size = size;
-            m_p[m_size] = 0;
-        }
-    }
-    void assign(const wchar_t* pwc, size_t count)
-    {
-        clear();
-        append(pwc, count);
-    }
-    void assign(const wchar_t* psz) { assign(psz, std::wcslen(psz)); }
-
-private:
-    void Reserve(size_t capacity)
-    {
-        if (capacity <= m_capacity)
-            return;
-        size_t grown = m_capacity * 2 > capacity ? m_capacity * 2 : capacity + 16;
-        if (grown > 0x3FFFFFFFu)
-            throw std::bad_alloc();
-        void* p = std::realloc(m_p, grown * sizeof(wchar_t));
-        if (p == nullptr)
-            throw std::bad_alloc();
-        m_p = static_cast<wchar_t*>(p);
-        m_capacity = grown;
-    }
-
-    wchar_t* m_p = nullptr;
-    size_t m_size = 0;
-    size_t m_capacity = 0;
-};
+using Internal::WideBuffer;
 
 // A name or value inside the writer's records: the UString operations the writer uses, on a
 // plain buffer that keeps its capacity and needs no call into the string classes.
