@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cwchar>
 #include <new>
+#include <utility>
 
 namespace Oskal
 {
@@ -68,6 +69,22 @@ public:
         append(pwc, count);
     }
     void assign(const wchar_t* psz) { assign(psz, std::wcslen(psz)); }
+    // Makes room for count more units at the end and returns where they go; the caller fills
+    // them (or truncates what it does not use).
+    wchar_t* extend(size_t count)
+    {
+        Reserve(m_size + count + 1);
+        wchar_t* out = m_p + m_size;
+        m_size += count;
+        m_p[m_size] = 0;
+        return out;
+    }
+    void swap(WideBuffer& other)
+    {
+        std::swap(m_p, other.m_p);
+        std::swap(m_size, other.m_size);
+        std::swap(m_capacity, other.m_capacity);
+    }
 
 private:
     void Reserve(size_t capacity)
