@@ -175,11 +175,9 @@ enum NameRule
     eNmToken        // name characters only
 };
 
-// An empty string passes; a broken surrogate sequence throws.
-bool CheckName(const wchar_t* psz, NameRule eRule)
+// A broken surrogate sequence throws.
+bool CheckNameText(const wchar_t* psz, NameRule eRule)
 {
-    if (psz == nullptr)
-        return true;
     // Most names are ASCII letters and digits: settle those without the full walk.
     const wchar_t* p = psz;
     if (eRule == eNmToken || ((*p | 0x20) >= L'a' && (*p | 0x20) <= L'z') || *p == L'_')
@@ -201,6 +199,12 @@ bool CheckName(const wchar_t* psz, NameRule eRule)
             return false;
     }
     return true;
+}
+
+// NULL and the empty string pass (most prefixes and namespaces are empty): no call for them.
+inline bool CheckName(const wchar_t* psz, NameRule eRule)
+{
+    return psz == nullptr || *psz == 0 || CheckNameText(psz, eRule);
 }
 
 bool AllLegalChars(const wchar_t* psz)
