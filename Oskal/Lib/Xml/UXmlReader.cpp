@@ -287,8 +287,11 @@ private:
 UXmlReader::Parser::Parser(IO::UStream* pStream)
     : stream(pStream), parser(nullptr), state(eXmlReaderState_Initial), nodeType(eXmlNodeType_None), depth(0),
       bTextWhite(true), names(kNoNames), attributeCount(0), currentAttribute(-1), nodeReady(0), pendingEnd(0),
-      suspended(0), finalFed(0), nameTableGeneration(0), staleScopes(0)
+      suspended(0), finalFed(0), nameTableGeneration(0), staleScopes(0), xmlSpaceName(nullptr), xmlLangName(nullptr)
 {
+    // Before the parser exists: a failure here must not leave it behind.
+    nameTableGeneration = nameTable.GetGeneration();
+    AddSpecialNames();
     parser = XML_ParserCreateNS(nullptr, kTripletSeparator);
     if (parser == nullptr)
         throw std::bad_alloc();
@@ -300,8 +303,6 @@ UXmlReader::Parser::Parser(IO::UStream* pStream)
     XML_SetProcessingInstructionHandler(parser, ProcessingInstructionHandler);
     XML_SetCommentHandler(parser, CommentHandler);
     XML_SetXmlDeclHandler(parser, XmlDeclarationHandler);
-    nameTableGeneration = nameTable.GetGeneration();
-    AddSpecialNames();
 }
 
 UXmlReader::Parser::~Parser()
