@@ -224,7 +224,16 @@ private:
 
     void OnStartElement(const XML_Char* pszName, const XML_Char** ppszAttributes);
     void OnEndElement(const XML_Char* pszName);
-    void OnCharacterData(const XML_Char* pwc, int iLength);
+    // The most frequent callback, kept inline: expat hands text over a few units at a time. No
+    // suspension: consecutive pieces join into one text node.
+    void OnCharacterData(const XML_Char* pwc, int iLength)
+    {
+        if (iLength <= 0)
+            return;
+        for (int i = 0; bTextWhite && i < iLength; ++i)
+            bTextWhite = pwc[i] == L' ' || pwc[i] == L'\t' || pwc[i] == L'\r' || pwc[i] == L'\n';
+        text.Add(pwc, static_cast<unsigned long>(iLength));
+    }
     void OnProcessingInstruction(const XML_Char* pszTarget, const XML_Char* pszData);
     void OnComment(const XML_Char* pszText);
     void OnXmlDeclaration(const XML_Char* pszVersion, const XML_Char* pszEncoding, int iStandalone);
@@ -608,16 +617,6 @@ void UXmlReader::Parser::OnEndElement(const XML_Char* pszName)
     nodeType = eXmlNodeType_EndElement;
     value.Reset();
     attributeCount = 0;
-}
-
-void UXmlReader::Parser::OnCharacterData(const XML_Char* pwc, int iLength)
-{
-    // No suspension: consecutive pieces join into one text node.
-    if (iLength <= 0)
-        return;
-    for (int i = 0; bTextWhite && i < iLength; ++i)
-        bTextWhite = pwc[i] == L' ' || pwc[i] == L'\t' || pwc[i] == L'\r' || pwc[i] == L'\n';
-    text.Add(pwc, static_cast<unsigned long>(iLength));
 }
 
 void UXmlReader::Parser::OnProcessingInstruction(const XML_Char* pszTarget, const XML_Char* pszData)
