@@ -87,6 +87,15 @@ TEST(XmlReaderTest, NamesAttributesAndScopes)
     reader.Close();
     EXPECT_EQ(eXmlReaderState_Closed, reader.GetReaderState());
     EXPECT_EQ(L"The reader is closed.", MessageOf([&] { reader.Read(); }));
+    // Names and scopes stay right when the caller clears the name table within a document.
+    MemoryStream cleared("<r xml:lang='en'><a/></r>");
+    UXmlReader second(&cleared);
+    ASSERT_TRUE(second.Read());
+    second.GetNameTable().Clear();
+    ASSERT_TRUE(second.Read());
+    EXPECT_STREQ(L"en", second.GetXmlLang().GetBuffer());
+    ASSERT_TRUE(second.Read() && second.Read());
+    EXPECT_EQ(&second.GetNameTable().Add(L"r"), &second.GetName());
 }
 
 TEST(XmlReaderTest, Navigation)

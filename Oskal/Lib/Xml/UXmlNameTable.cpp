@@ -85,6 +85,16 @@ UXmlNameTable::~UXmlNameTable()
     delete m_pEntries;
 }
 
+namespace
+{
+
+unsigned long Combine(unsigned long ulCount, unsigned long ulXor, unsigned long ulSum)
+{
+    return (((ulCount << 8) | ulXor) << 16) | ulSum;
+}
+
+} // namespace
+
 unsigned long UXmlNameTable::Hash(const wchar_t* pwcText, unsigned long ulCount)
 {
     unsigned long x = 0, s = 0;
@@ -93,7 +103,7 @@ unsigned long UXmlNameTable::Hash(const wchar_t* pwcText, unsigned long ulCount)
         x ^= pwcText[i];
         s += pwcText[i];
     }
-    return (((ulCount << 8) | x) << 16) | s;
+    return Combine(ulCount, x, s);
 }
 
 const UString& UXmlNameTable::Add(const wchar_t* pszText)
@@ -105,10 +115,14 @@ const UString& UXmlNameTable::Add(const wchar_t* pszText)
 const UString& UXmlNameTable::Add(const wchar_t* pwcText, unsigned long ulCount)
 {
     Internal::ThrowIfNull(pwcText, L"pwcText");
-    unsigned long count = 0;
-    while (count < ulCount && pwcText[count] != 0)
-        ++count;
-    const Key key{Hash(pwcText, count), pwcText, count};
+    // The length and the hash in one pass.
+    unsigned long count = 0, x = 0, s = 0;
+    for (; count < ulCount && pwcText[count] != 0; ++count)
+    {
+        x ^= pwcText[count];
+        s += pwcText[count];
+    }
+    const Key key{Combine(count, x, s), pwcText, count};
     auto found = m_pEntries->items.find(key);
     if (found != m_pEntries->items.end())
         return found->text;

@@ -1,6 +1,7 @@
 #include <Oskal/Lib/Xml/UXmlReader.h>
 
 #include <Oskal/Lib/Internal/ArgumentChecks.h>
+#include <Oskal/Lib/Internal/WideBuffer.h>
 #include <Oskal/Lib/Math/UIntegerI32.h>
 #include <Oskal/Lib/Math/UIntegerI64.h>
 #include <Oskal/Lib/Math/UIntegerU32.h>
@@ -17,7 +18,6 @@
 #include <cwchar>
 #include <exception>
 #include <new>
-#include <string>
 #include <vector>
 
 namespace Oskal
@@ -28,6 +28,7 @@ namespace Xml
 {
 
 using Exceptions::UInvalidOperationException;
+using Internal::WideBuffer;
 
 namespace
 {
@@ -37,12 +38,63 @@ const int kBufferSize = 512;
 // Separates namespace URI, local name and prefix in the names expat reports.
 const XML_Char kTripletSeparator = 0x0C;
 
+// The atomized parts of an element or attribute name.
+struct Names
+{
+    const UString* prefix;
+    const UString* localName;
+    const UString* uri;
+    const UString* name;
+};
+
+const Names kNoNames = {&UString::Empty, &UString::Empty, &UString::Empty, &UString::Empty};
+
+// A string builder that the reader refills for every node. Pieces that fit into its capacity are
+// copied inline: expat hands text over a few units at a time, and the builder's out-of-line
+// members with the run-time's memmove would cost more than the copying.
+class NodeText : public UStringBuilder
+{
+public:
+    unsigned long Length() const { return m_ulLength; }
+    void Reset()
+    {
+        m_ulLength = 0;
+        m_pszBuffer[0] = 0;
+    }
+    void Add(const wchar_t* pwc, unsigned long ulCount)
+    {
+        if (ulCount >= m_ulCapacity - m_ulLength)
+        {
+            Append(pwc, ulCount);
+            return;
+        }
+        wchar_t* out = m_pszBuffer + m_ulLength;
+        for (unsigned long i = 0; i < ulCount; ++i)
+            out[i] = pwc[i];
+        m_ulLength += ulCount;
+        m_pszBuffer[m_ulLength] = 0;
+    }
+    // Up to the terminator.
+    void Add(const wchar_t* psz)
+    {
+        unsigned long length = m_ulLength;
+        const unsigned long room = m_ulCapacity - 1;
+        while (length < room && *psz != 0)
+            m_pszBuffer[length++] = *psz++;
+        m_ulLength = length;
+        m_pszBuffer[length] = 0;
+        if (*psz != 0)
+            Append(psz);
+    }
+};
+
 struct AttributeRecord
 {
-    const UString* prefix = &UString::Empty;
-    const UString* localName = &UString::Empty;
-    const UString* uri = &UString::Empty;
-    const UString* name = &UString::Empty;
+    Names names = kNoNames;
+    // The value's place in the element's value units; the string is made on demand.
+    size_t offset = 0;
+    size_t length = 0;
+    bool bValueReady = false;
     UStringBuilder value;
 };
 
@@ -50,36 +102,23 @@ struct AttributeRecord
 // many times, and a hit saves splitting and looking up every part again.
 struct CachedName
 {
-    std::wstring raw;
-    unsigned long generation = 0;
-    const UString* prefix = nullptr;
-    const UString* localName = nullptr;
-    const UString* uri = nullptr;
-    const UString* name = nullptr;
+    WideBuffer raw;
+    unsigned long hash = 0;
+    bool bUsed = false;
+    Names names = kNoNames;
 };
 
 const size_t kNameCacheSize = 64;
 
-// xml:space and xml:lang of one open element; the language is a name-table string, so that deep
-// nesting shares one copy instead of copying it into every scope.
+// One open element: its names, so that the end tag needs no lookup, and its xml:space and
+// xml:lang. The language lives in the reader's own table, so that deep nesting shares one copy
+// instead of copying it into every scope.
 struct Scope
 {
+    Names names;
     UXmlSpace space;
     const UString* lang;
 };
-
-bool IsWhite(wchar_t wc)
-{
-    return wc == L' ' || wc == L'\t' || wc == L'\r' || wc == L'\n';
-}
-
-bool SameUnits(const wchar_t* pwcLeft, const wchar_t* pwcRight, size_t count)
-{
-    for (size_t i = 0; i < count; ++i)
-        if (pwcLeft[i] != pwcRight[i])
-            return false;
-    return true;
-}
 
 bool Equals(const UString& text, const wchar_t* psz)
 {
@@ -103,7 +142,7 @@ public:
 
     int Read();
     bool OnAttribute() const { return currentAttribute >= 0; }
-    bool HasText() const { return !text.IsEmpty(); }
+    bool HasText() const { return text.Length() != 0; }
     UXmlNodeType NodeType() const
     {
         if (HasText())
@@ -112,7 +151,20 @@ public:
             return eXmlNodeType_Attribute;
         return nodeType;
     }
-    const AttributeRecord& Current() const { return attributes[static_cast<size_t>(currentAttribute)]; }
+    const Names& CurrentNames() const
+    {
+        return HasText() ? kNoNames : OnAttribute() ? attributes[static_cast<size_t>(currentAttribute)].names : names;
+    }
+    const wchar_t* AttributeValue(size_t index) const { return attributeUnits.data() + attributes[index].offset; }
+    const UString& AttributeString(size_t index);
+    const UString& Value()
+    {
+        if (HasText())
+            return text;
+        if (OnAttribute())
+            return AttributeString(static_cast<size_t>(currentAttribute));
+        return value;
+    }
     // The index of the matching attribute, or -1.
     long Find(const wchar_t* pszName) const;
     long Find(const wchar_t* pszLocalName, const wchar_t* pszNamespaceURI) const;
@@ -123,14 +175,15 @@ public:
     UXmlReaderState state;
     UXmlNodeType nodeType;
     unsigned long depth;
-    UStringBuilder text;
-    UStringBuilder value;
+    // Character data; dropped when it is white space only.
+    NodeText text;
+    bool bTextWhite;
+    // The value of a comment, processing instruction or declaration.
+    NodeText value;
     UStringBuilder content;
-    const UString* prefix;
-    const UString* localName;
-    const UString* uri;
-    const UString* name;
+    Names names;
     std::vector<AttributeRecord> attributes;
+    WideBuffer attributeUnits;
     unsigned long attributeCount;
     long currentAttribute;
     std::vector<Scope> scopes;
@@ -138,26 +191,49 @@ public:
     int pendingEnd;
     int suspended;
     int finalFed;
-    UXmlNameTable names;
+    UXmlNameTable nameTable;
 
 private:
     // Runs the parser until a callback produced a node (true) or the input ended (false).
     bool Advance();
     void Suspend();
     // Drops buffered text that is white space only.
-    void ProcessBufferedText();
+    void ProcessBufferedText()
+    {
+        if (bTextWhite)
+            ClearText();
+    }
+    void ClearText()
+    {
+        text.Reset();
+        bTextWhite = true;
+    }
+    void SetValue(const wchar_t* psz)
+    {
+        value.Reset();
+        value.Add(psz);
+    }
+    // The names remembered from before the caller cleared the name table are gone.
+    void CheckNameTable();
+    void AddSpecialNames();
     const UString& Atomize(const wchar_t* pwc, unsigned long ulCount);
     // Splits "uri<sep>local<sep>prefix" (parts absent when empty) into atomized names.
-    void ParseTriplet(const XML_Char* pszTriplet, const UString*& rPrefix, const UString*& rLocal, const UString*& rUri,
-                      const UString*& rName);
-    void SplitTriplet(const XML_Char* pszTriplet, const UString*& rPrefix, const UString*& rLocal, const UString*& rUri,
-                      const UString*& rName);
+    const Names& ParseTriplet(const XML_Char* pszTriplet);
+    Names SplitTriplet(const XML_Char* pszTriplet);
     void ParseAttributes(const XML_Char** ppszAttributes);
-    void SetNoNames();
 
     void OnStartElement(const XML_Char* pszName, const XML_Char** ppszAttributes);
     void OnEndElement(const XML_Char* pszName);
-    void OnCharacterData(const XML_Char* pwc, int iLength);
+    // The most frequent callback, kept inline: expat hands text over a few units at a time. No
+    // suspension: consecutive pieces join into one text node.
+    void OnCharacterData(const XML_Char* pwc, int iLength)
+    {
+        if (iLength <= 0)
+            return;
+        for (int i = 0; bTextWhite && i < iLength; ++i)
+            bTextWhite = pwc[i] == L' ' || pwc[i] == L'\t' || pwc[i] == L'\r' || pwc[i] == L'\n';
+        text.Add(pwc, static_cast<unsigned long>(iLength));
+    }
     void OnProcessingInstruction(const XML_Char* pszTarget, const XML_Char* pszData);
     void OnComment(const XML_Char* pszText);
     void OnXmlDeclaration(const XML_Char* pszVersion, const XML_Char* pszEncoding, int iStandalone);
@@ -208,13 +284,23 @@ private:
     std::exception_ptr failure;
     UStringBuilder scratch;
     CachedName nameCache[kNameCacheSize];
+    unsigned long nameTableGeneration;
+    // The scopes below this count hold names from before the name table was cleared.
+    size_t staleScopes;
+    const UString* xmlSpaceName;
+    const UString* xmlLangName;
+    // The xml:lang values of the open elements; the caller never clears this table.
+    UXmlNameTable languages;
 };
 
 UXmlReader::Parser::Parser(IO::UStream* pStream)
     : stream(pStream), parser(nullptr), state(eXmlReaderState_Initial), nodeType(eXmlNodeType_None), depth(0),
-      prefix(&UString::Empty), localName(&UString::Empty), uri(&UString::Empty), name(&UString::Empty),
-      attributeCount(0), currentAttribute(-1), nodeReady(0), pendingEnd(0), suspended(0), finalFed(0)
+      bTextWhite(true), names(kNoNames), attributeCount(0), currentAttribute(-1), nodeReady(0), pendingEnd(0),
+      suspended(0), finalFed(0), nameTableGeneration(0), staleScopes(0), xmlSpaceName(nullptr), xmlLangName(nullptr)
 {
+    // Before the parser exists: a failure here must not leave it behind.
+    nameTableGeneration = nameTable.GetGeneration();
+    AddSpecialNames();
     parser = XML_ParserCreateNS(nullptr, kTripletSeparator);
     if (parser == nullptr)
         throw std::bad_alloc();
@@ -256,6 +342,8 @@ int UXmlReader::Parser::Read()
         ProcessBufferedText();
         if (!scopes.empty())
             scopes.pop_back();
+        if (staleScopes > scopes.size())
+            staleScopes = scopes.size();
         nodeType = eXmlNodeType_EndElement;
         attributeCount = 0;
         return 1;
@@ -263,7 +351,7 @@ int UXmlReader::Parser::Read()
     if (HasText())
     {
         // The text node is consumed; the node that ended it is current now.
-        text.Clear(0);
+        ClearText();
         return 1;
     }
     if (nodeType == eXmlNodeType_Element)
@@ -271,6 +359,7 @@ int UXmlReader::Parser::Read()
     attributeCount = 0;
     try
     {
+        CheckNameTable();
         if (Advance())
             return 1;
     }
@@ -283,11 +372,12 @@ int UXmlReader::Parser::Read()
     // XmlReaderTest.NamesAttributesAndScopes).
     state = eXmlReaderState_EndOfFile;
     scopes.clear();
+    staleScopes = 0;
     nodeType = eXmlNodeType_None;
     depth = 0;
-    text.Clear(0);
-    value.Clear(0);
-    SetNoNames();
+    ClearText();
+    value.Reset();
+    names = kNoNames;
     return 0;
 }
 
@@ -341,55 +431,55 @@ void UXmlReader::Parser::Suspend()
     nodeReady = 1;
 }
 
-void UXmlReader::Parser::ProcessBufferedText()
+void UXmlReader::Parser::CheckNameTable()
 {
-    const wchar_t* pwc = text.GetBuffer();
-    const unsigned long length = text.GetLength();
-    for (unsigned long i = 0; i < length; ++i)
-        if (!IsWhite(pwc[i]))
-            return;
-    text.Clear(0);
+    const unsigned long generation = nameTable.GetGeneration();
+    if (generation == nameTableGeneration)
+        return;
+    nameTableGeneration = generation;
+    for (CachedName& cached : nameCache)
+        cached.bUsed = false;
+    staleScopes = scopes.size();
+    AddSpecialNames();
+}
+
+void UXmlReader::Parser::AddSpecialNames()
+{
+    xmlSpaceName = &nameTable.Add(L"xml:space");
+    xmlLangName = &nameTable.Add(L"xml:lang");
 }
 
 const UString& UXmlReader::Parser::Atomize(const wchar_t* pwc, unsigned long ulCount)
 {
-    return ulCount == 0 ? UString::Empty : names.Add(pwc, ulCount);
+    return ulCount == 0 ? UString::Empty : nameTable.Add(pwc, ulCount);
 }
 
-void UXmlReader::Parser::SetNoNames()
-{
-    prefix = localName = uri = name = &UString::Empty;
-}
-
-void UXmlReader::Parser::ParseTriplet(const XML_Char* pszTriplet, const UString*& rPrefix, const UString*& rLocal,
-                                      const UString*& rUri, const UString*& rName)
+const Names& UXmlReader::Parser::ParseTriplet(const XML_Char* pszTriplet)
 {
     size_t length = 0;
-    unsigned long mix = 0;
+    unsigned long hash = 0;
     for (; pszTriplet[length] != 0; ++length)
-        mix = mix * 31 + pszTriplet[length];
-    CachedName& cached = nameCache[(mix ^ (mix >> 7)) % kNameCacheSize];
-    const unsigned long generation = names.GetGeneration();
-    if (cached.name != nullptr && cached.generation == generation && cached.raw.size() == length &&
-        SameUnits(cached.raw.data(), pszTriplet, length))
+        hash = (hash << 5) + hash + pszTriplet[length];
+    CachedName& cached = nameCache[(hash ^ (hash >> 7)) % kNameCacheSize];
+    if (cached.bUsed && cached.hash == hash && cached.raw.size() == length)
     {
-        rPrefix = cached.prefix;
-        rLocal = cached.localName;
-        rUri = cached.uri;
-        rName = cached.name;
-        return;
+        const wchar_t* raw = cached.raw.data();
+        size_t i = 0;
+        while (i < length && raw[i] == pszTriplet[i])
+            ++i;
+        if (i == length)
+            return cached.names;
     }
-    SplitTriplet(pszTriplet, rPrefix, rLocal, rUri, rName);
+    const Names parts = SplitTriplet(pszTriplet);
+    cached.bUsed = false; // stays free if copying the name fails
     cached.raw.assign(pszTriplet, length);
-    cached.generation = generation;
-    cached.prefix = rPrefix;
-    cached.localName = rLocal;
-    cached.uri = rUri;
-    cached.name = rName;
+    cached.hash = hash;
+    cached.names = parts;
+    cached.bUsed = true;
+    return cached.names;
 }
 
-void UXmlReader::Parser::SplitTriplet(const XML_Char* pszTriplet, const UString*& rPrefix, const UString*& rLocal,
-                                      const UString*& rUri, const UString*& rName)
+Names UXmlReader::Parser::SplitTriplet(const XML_Char* pszTriplet)
 {
     const wchar_t* parts[3] = {nullptr, nullptr, nullptr};
     unsigned long lengths[3] = {0, 0, 0};
@@ -409,71 +499,94 @@ void UXmlReader::Parser::SplitTriplet(const XML_Char* pszTriplet, const UString*
             break;
         start = p + 1;
     }
+    Names result = kNoNames;
     if (count == 1)
-    {
-        rUri = rPrefix = &UString::Empty;
-        rLocal = &Atomize(parts[0], lengths[0]);
-    }
+        result.localName = &Atomize(parts[0], lengths[0]);
     else
     {
-        rUri = &Atomize(parts[0], lengths[0]);
-        rLocal = &Atomize(parts[1], lengths[1]);
-        rPrefix = count > 2 ? &Atomize(parts[2], lengths[2]) : &UString::Empty;
+        result.uri = &Atomize(parts[0], lengths[0]);
+        result.localName = &Atomize(parts[1], lengths[1]);
+        if (count > 2)
+            result.prefix = &Atomize(parts[2], lengths[2]);
     }
-    if (rPrefix->IsEmpty())
+    if (result.prefix->IsEmpty())
     {
-        rName = rLocal;
-        return;
+        result.name = result.localName;
+        return result;
     }
     scratch.Clear(0);
-    scratch.Append(rPrefix->GetBuffer(), rPrefix->GetLength());
+    scratch.Append(result.prefix->GetBuffer(), result.prefix->GetLength());
     scratch.Append(L':');
-    scratch.Append(rLocal->GetBuffer(), rLocal->GetLength());
-    rName = &names.Add(scratch.GetBuffer(), scratch.GetLength());
+    scratch.Append(result.localName->GetBuffer(), result.localName->GetLength());
+    result.name = &nameTable.Add(scratch.GetBuffer(), scratch.GetLength());
+    return result;
 }
 
 void UXmlReader::Parser::ParseAttributes(const XML_Char** ppszAttributes)
 {
     attributeCount = 0;
+    attributeUnits.clear();
     for (const XML_Char** pp = ppszAttributes; pp[0] != nullptr; pp += 2)
     {
         if (attributeCount == attributes.size())
             attributes.emplace_back();
         AttributeRecord& attribute = attributes[attributeCount];
-        ParseTriplet(pp[0], attribute.prefix, attribute.localName, attribute.uri, attribute.name);
-        attribute.value.Assign(pp[1]);
+        attribute.names = ParseTriplet(pp[0]);
+        attribute.offset = attributeUnits.size();
+        attribute.length = 0;
+        while (pp[1][attribute.length] != 0)
+            ++attribute.length;
+        attribute.bValueReady = false;
+        // Each value keeps its terminator, so that GetAttribute can point into the units.
+        attributeUnits.append(pp[1], attribute.length + 1);
         ++attributeCount;
-        // Only xml:space and xml:lang mean something to the reader; most names fail at once.
-        if (attribute.name->GetBuffer()[0] != L'x')
-            continue;
-        if (Equals(*attribute.name, L"xml:space"))
+        // Only xml:space and xml:lang mean something to the reader; names are atomized, so that
+        // the address tells.
+        const wchar_t* attributeValue = pp[1];
+        if (attribute.names.name == xmlSpaceName)
         {
-            if (Equals(attribute.value, L"default"))
+            if (std::wcscmp(attributeValue, L"default") == 0)
                 scopes.back().space = eXmlSpace_Default;
-            else if (Equals(attribute.value, L"preserve"))
+            else if (std::wcscmp(attributeValue, L"preserve") == 0)
                 scopes.back().space = eXmlSpace_Preserve;
             else
                 ThrowAt(L"Invalid xml:space attribute value (error in [%lu,%lu]).", XML_GetCurrentLineNumber(parser),
                         XML_GetCurrentColumnNumber(parser));
         }
-        else if (Equals(*attribute.name, L"xml:lang"))
-            scopes.back().lang = &Atomize(attribute.value.GetBuffer(), attribute.value.GetLength());
+        else if (attribute.names.name == xmlLangName)
+            scopes.back().lang = attribute.length == 0
+                                     ? &UString::Empty
+                                     : &languages.Add(attributeValue, static_cast<unsigned long>(attribute.length));
     }
+}
+
+const UString& UXmlReader::Parser::AttributeString(size_t index)
+{
+    AttributeRecord& attribute = attributes[index];
+    if (!attribute.bValueReady)
+    {
+        attribute.value.Assign(AttributeValue(index), static_cast<unsigned long>(attribute.length));
+        attribute.bValueReady = true;
+    }
+    return attribute.value;
 }
 
 void UXmlReader::Parser::OnStartElement(const XML_Char* pszName, const XML_Char** ppszAttributes)
 {
     Suspend();
-    Scope scope{eXmlSpace_None, &UString::Empty};
-    if (!scopes.empty())
-        scope = scopes.back();
-    scopes.push_back(scope);
     nodeType = eXmlNodeType_Element;
     // Kept: text directly before a child element's start tag is not delivered (pinned by
     // XmlReaderTest.NodeSequences).
-    text.Clear(0);
-    value.Clear(0);
-    ParseTriplet(pszName, prefix, localName, uri, name);
+    ClearText();
+    value.Reset();
+    names = ParseTriplet(pszName);
+    Scope scope{names, eXmlSpace_None, &UString::Empty};
+    if (!scopes.empty())
+    {
+        scope.space = scopes.back().space;
+        scope.lang = scopes.back().lang;
+    }
+    scopes.push_back(scope);
     ParseAttributes(ppszAttributes);
 }
 
@@ -489,21 +602,21 @@ void UXmlReader::Parser::OnEndElement(const XML_Char* pszName)
     // Kept: white-space-only text is dropped; other text is delivered before the end tag
     // (pinned by XmlReaderTest.NodeSequences).
     ProcessBufferedText();
-    ParseTriplet(pszName, prefix, localName, uri, name);
+    // expat has matched the end tag with its start tag: the names are the scope's, unless the
+    // caller cleared the name table since.
+    if (!scopes.empty() && scopes.size() > staleScopes)
+        names = scopes.back().names;
+    else
+        names = ParseTriplet(pszName);
     if (!scopes.empty())
         scopes.pop_back();
+    if (staleScopes > scopes.size())
+        staleScopes = scopes.size();
     if (depth > 0)
         --depth;
     nodeType = eXmlNodeType_EndElement;
-    value.Clear(0);
+    value.Reset();
     attributeCount = 0;
-}
-
-void UXmlReader::Parser::OnCharacterData(const XML_Char* pwc, int iLength)
-{
-    // No suspension: consecutive pieces join into one text node.
-    if (iLength > 0)
-        text.Append(pwc, static_cast<unsigned long>(iLength));
 }
 
 void UXmlReader::Parser::OnProcessingInstruction(const XML_Char* pszTarget, const XML_Char* pszData)
@@ -511,9 +624,9 @@ void UXmlReader::Parser::OnProcessingInstruction(const XML_Char* pszTarget, cons
     Suspend();
     ProcessBufferedText();
     nodeType = eXmlNodeType_ProcessingInstruction;
-    prefix = uri = &UString::Empty;
-    localName = name = &Atomize(pszTarget, static_cast<unsigned long>(std::wcslen(pszTarget)));
-    value.Assign(pszData);
+    names = kNoNames;
+    names.localName = names.name = &Atomize(pszTarget, static_cast<unsigned long>(std::wcslen(pszTarget)));
+    SetValue(pszData);
 }
 
 void UXmlReader::Parser::OnComment(const XML_Char* pszText)
@@ -521,17 +634,17 @@ void UXmlReader::Parser::OnComment(const XML_Char* pszText)
     Suspend();
     ProcessBufferedText();
     nodeType = eXmlNodeType_Comment;
-    SetNoNames();
-    value.Assign(pszText);
+    names = kNoNames;
+    SetValue(pszText);
 }
 
 void UXmlReader::Parser::OnXmlDeclaration(const XML_Char* pszVersion, const XML_Char* pszEncoding, int iStandalone)
 {
     Suspend();
     nodeType = eXmlNodeType_XmlDeclaration;
-    prefix = uri = &UString::Empty;
-    localName = name = &names.Add(L"xml");
-    value.Clear(0);
+    names = kNoNames;
+    names.localName = names.name = &nameTable.Add(L"xml");
+    value.Reset();
     value.Append(L"version=\"");
     value.Append(pszVersion != nullptr ? pszVersion : L"");
     value.Append(L'"');
@@ -554,7 +667,7 @@ long UXmlReader::Parser::Find(const wchar_t* pszName) const
     if (pszName == nullptr)
         return -1;
     for (unsigned long i = 0; i < attributeCount; ++i)
-        if (Equals(*attributes[i].name, pszName))
+        if (Equals(*attributes[i].names.name, pszName))
             return static_cast<long>(i);
     return -1;
 }
@@ -565,7 +678,7 @@ long UXmlReader::Parser::Find(const wchar_t* pszLocalName, const wchar_t* pszNam
         return -1;
     const wchar_t* uriText = pszNamespaceURI != nullptr ? pszNamespaceURI : L"";
     for (unsigned long i = 0; i < attributeCount; ++i)
-        if (Equals(*attributes[i].localName, pszLocalName) && Equals(*attributes[i].uri, uriText))
+        if (Equals(*attributes[i].names.localName, pszLocalName) && Equals(*attributes[i].names.uri, uriText))
             return static_cast<long>(i);
     return -1;
 }
@@ -644,36 +757,27 @@ int UXmlReader::HasValue() const
 
 const UString& UXmlReader::GetPrefix() const
 {
-    const Parser& p = *m_pParser;
-    return p.HasText() ? UString::Empty : p.OnAttribute() ? *p.Current().prefix : *p.prefix;
+    return *m_pParser->CurrentNames().prefix;
 }
 
 const UString& UXmlReader::GetNamespaceURI() const
 {
-    const Parser& p = *m_pParser;
-    return p.HasText() ? UString::Empty : p.OnAttribute() ? *p.Current().uri : *p.uri;
+    return *m_pParser->CurrentNames().uri;
 }
 
 const UString& UXmlReader::GetLocalName() const
 {
-    const Parser& p = *m_pParser;
-    return p.HasText() ? UString::Empty : p.OnAttribute() ? *p.Current().localName : *p.localName;
+    return *m_pParser->CurrentNames().localName;
 }
 
 const UString& UXmlReader::GetName() const
 {
-    const Parser& p = *m_pParser;
-    return p.HasText() ? UString::Empty : p.OnAttribute() ? *p.Current().name : *p.name;
+    return *m_pParser->CurrentNames().name;
 }
 
 const UString& UXmlReader::GetValue() const
 {
-    const Parser& p = *m_pParser;
-    if (p.HasText())
-        return p.text;
-    if (p.OnAttribute())
-        return p.Current().value;
-    return p.value;
+    return m_pParser->Value();
 }
 
 UXmlSpace UXmlReader::GetXmlSpace() const
@@ -688,7 +792,7 @@ const UString& UXmlReader::GetXmlLang() const
 
 UXmlNameTable& UXmlReader::GetNameTable()
 {
-    return m_pParser->names;
+    return m_pParser->nameTable;
 }
 
 // ---- Attributes ----
@@ -705,19 +809,19 @@ unsigned long UXmlReader::GetAttributeCount() const
 
 const wchar_t* UXmlReader::GetAttribute(unsigned long ulIndex) const
 {
-    return ulIndex < GetAttributeCount() ? m_pParser->attributes[ulIndex].value.GetBuffer() : nullptr;
+    return ulIndex < GetAttributeCount() ? m_pParser->AttributeValue(ulIndex) : nullptr;
 }
 
 const wchar_t* UXmlReader::GetAttribute(const wchar_t* pszName) const
 {
     const long index = m_pParser->HasText() ? -1 : m_pParser->Find(pszName);
-    return index < 0 ? nullptr : m_pParser->attributes[static_cast<size_t>(index)].value.GetBuffer();
+    return index < 0 ? nullptr : m_pParser->AttributeValue(static_cast<size_t>(index));
 }
 
 const wchar_t* UXmlReader::GetAttribute(const wchar_t* pszLocalName, const wchar_t* pszNamespaceURI) const
 {
     const long index = m_pParser->HasText() ? -1 : m_pParser->Find(pszLocalName, pszNamespaceURI);
-    return index < 0 ? nullptr : m_pParser->attributes[static_cast<size_t>(index)].value.GetBuffer();
+    return index < 0 ? nullptr : m_pParser->AttributeValue(static_cast<size_t>(index));
 }
 
 int UXmlReader::MoveToAttribute(unsigned long ulIndex)
@@ -1023,7 +1127,7 @@ UString UXmlReader::ReadContentAsString()
     content.Clear(0);
     if (m_pParser->OnAttribute())
     {
-        const UString& attributeValue = m_pParser->Current().value;
+        const UString& attributeValue = m_pParser->Value();
         content.Append(attributeValue.GetBuffer(), attributeValue.GetLength());
         return content;
     }

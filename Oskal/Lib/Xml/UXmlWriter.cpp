@@ -1,6 +1,7 @@
 #include <Oskal/Lib/Xml/UXmlWriter.h>
 
 #include <Oskal/Lib/Internal/ArgumentChecks.h>
+#include <Oskal/Lib/Internal/WideBuffer.h>
 #include <Oskal/Lib/Text/UUTF8Encoding.h>
 #include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UInvalidOperationException.h>
@@ -29,81 +30,7 @@ const unsigned long kOutputChunk = 4096;
 const wchar_t kNotProperState[] = L"Writer is not in the proper state for this operation.";
 const wchar_t kInvalidState[] = L"Invalid writer state for this operation.";
 
-// A growable wide-character buffer kept in this module: the writer makes many tiny appends per
-// element, and the standard string's out-of-line members cost more than the work itself.
-class WideBuffer
-{
-public:
-    WideBuffer() = default;
-    WideBuffer(const WideBuffer& other) { assign(other.data(), other.size()); }
-    WideBuffer& operator=(const WideBuffer& other)
-    {
-        if (this != &other)
-            assign(other.data(), other.size());
-        return *this;
-    }
-    ~WideBuffer() { std::free(m_p); }
-
-    void clear()
-    {
-        m_size = 0;
-        if (m_p != nullptr)
-            m_p[0] = 0;
-    }
-    bool empty() const { return m_size == 0; }
-    size_t size() const { return m_size; }
-    const wchar_t* data() const { return m_p != nullptr ? m_p : L""; }
-    const wchar_t* c_str() const { return data(); }
-    void push_back(wchar_t wc)
-    {
-        Reserve(m_size + 2);
-        m_p[m_size++] = wc;
-        m_p[m_size] = 0;
-    }
-    void append(const wchar_t* pwc, size_t count)
-    {
-        Reserve(m_size + count + 1);
-        wchar_t* out = m_p + m_size;
-        for (size_t i = 0; i < count; ++i)
-            out[i] = pwc[i];
-        m_size += count;
-        m_p[m_size] = 0;
-    }
-    void append(const wchar_t* psz) { append(psz, std::wcslen(psz)); }
-    void truncate(size_t size)
-    {
-        if (size < m_size)
-        {
-            m_size = size;
-            m_p[m_size] = 0;
-        }
-    }
-    void assign(const wchar_t* pwc, size_t count)
-    {
-        clear();
-        append(pwc, count);
-    }
-    void assign(const wchar_t* psz) { assign(psz, std::wcslen(psz)); }
-
-private:
-    void Reserve(size_t capacity)
-    {
-        if (capacity <= m_capacity)
-            return;
-        size_t grown = m_capacity * 2 > capacity ? m_capacity * 2 : capacity + 16;
-        if (grown > 0x3FFFFFFFu)
-            throw std::bad_alloc();
-        void* p = std::realloc(m_p, grown * sizeof(wchar_t));
-        if (p == nullptr)
-            throw std::bad_alloc();
-        m_p = static_cast<wchar_t*>(p);
-        m_capacity = grown;
-    }
-
-    wchar_t* m_p = nullptr;
-    size_t m_size = 0;
-    size_t m_capacity = 0;
-};
+using Internal::WideBuffer;
 
 // A name or value inside the writer's records: the UString operations the writer uses, on a
 // plain buffer that keeps its capacity and needs no call into the string classes.
@@ -116,6 +43,7 @@ public:
     bool IsEmpty() const { return m_text.empty(); }
     const wchar_t* GetBuffer() const { return m_text.c_str(); }
     unsigned long GetLength() const { return static_cast<unsigned long>(m_text.size()); }
+    void Swap(WideBuffer& other) { m_text.swap(other); }
 
 private:
     WideBuffer m_text;
@@ -141,7 +69,10 @@ struct Element
 {
     TextBuffer prefix;
     TextBuffer localName;
+    // The xml:lang written on this element; langOwner is 1 + the level of the element whose
+    // xml:lang applies (0: none), so that nested elements share the text instead of copying it.
     UStringBuilder lang;
+    unsigned long langOwner = 0;
     UXmlSpace space = eXmlSpace_None;
     int bHasChildElements = 0;
     std::vector<Attribute> attributes;
@@ -234,6 +165,9 @@ bool IsLegalChar(unsigned long cp)
            (cp >= 0x10000 && cp <= 0x10FFFF);
 }
 
+// ASCII letters, digits, '_', '-' and '.' as bits, by blocks of 32 units.
+const unsigned long kAsciiNameChars[4] = {0, 0x03FF6000, 0x87FFFFFE, 0x07FFFFFE};
+
 enum NameRule
 {
     eElementName,   // name-start character first, name characters after
@@ -241,16 +175,13 @@ enum NameRule
     eNmToken        // name characters only
 };
 
-// An empty string passes; a broken surrogate sequence throws.
-bool CheckName(const wchar_t* psz, NameRule eRule)
+// A broken surrogate sequence throws.
+bool CheckNameText(const wchar_t* psz, NameRule eRule)
 {
-    if (psz == nullptr)
-        return true;
     // Most names are ASCII letters and digits: settle those without the full walk.
     const wchar_t* p = psz;
     if (eRule == eNmToken || ((*p | 0x20) >= L'a' && (*p | 0x20) <= L'z') || *p == L'_')
-        while (((*p | 0x20) >= L'a' && (*p | 0x20) <= L'z') || (*p >= L'0' && *p <= L'9') || *p == L'_' || *p == L'-' ||
-               *p == L'.')
+        while (*p < 0x80 && ((kAsciiNameChars[*p >> 5] >> (*p & 0x1F)) & 1) != 0)
             ++p;
     if (*p == 0)
         return true;
@@ -268,6 +199,12 @@ bool CheckName(const wchar_t* psz, NameRule eRule)
             return false;
     }
     return true;
+}
+
+// NULL and the empty string pass (most prefixes and namespaces are empty): no call for them.
+inline bool CheckName(const wchar_t* psz, NameRule eRule)
+{
+    return psz == nullptr || *psz == 0 || CheckNameText(psz, eRule);
 }
 
 bool AllLegalChars(const wchar_t* psz)
@@ -333,13 +270,19 @@ unsigned long FormatDecimal(unsigned long long ullMagnitude, bool bNegative, wch
     return length;
 }
 
-// The units in text or attribute values that are written as something else.
-bool NeedsEscape(wchar_t wc, bool bAttribute)
+// The units below 0x40 that text and attribute values write as something else, as bit masks:
+// the control characters but tab, line feed and carriage return; above 0x20 the ampersand and
+// the angle brackets, in attribute values also the quotes.
+const unsigned long kEscapeControl = ~((1UL << 9) | (1UL << 10) | (1UL << 13));
+const unsigned long kEscapeText = (1UL << (L'&' - 0x20)) | (1UL << (L'<' - 0x20)) | (1UL << (L'>' - 0x20));
+const unsigned long kEscapeAttribute = kEscapeText | (1UL << (L'"' - 0x20)) | (1UL << (L'\'' - 0x20));
+
+// Above 0x40 only surrogates need a look (a pair passes unchanged).
+inline bool NeedsEscape(unsigned int wc, unsigned long ulEscapeAbove20)
 {
-    if (wc < 0x20)
-        return wc != 9 && wc != 10 && wc != 13;
-    return wc == L'&' || wc == L'<' || wc == L'>' || (wc >= 0xD800 && wc <= 0xDFFF) ||
-           (bAttribute && (wc == L'"' || wc == L'\''));
+    if (wc >= 0x40)
+        return (wc & 0xF800) == 0xD800;
+    return (((wc < 0x20 ? kEscapeControl : ulEscapeAbove20) >> (wc & 0x1F)) & 1) != 0;
 }
 
 } // namespace
@@ -351,9 +294,12 @@ public:
     WideBuffer scratch;
     WideBuffer value;
     WideBuffer output;
-    // Copies of the new-line text and the indent characters, appended for every start tag.
+    // Copies of the new-line text and the indent characters, and the new line followed by the
+    // indentation of indentLevels levels, of which every start tag takes a prefix.
     WideBuffer newLine;
     WideBuffer indent;
+    WideBuffer indentLine;
+    unsigned long indentLevels = 0;
     TextBuffer attributePrefix;
     std::vector<Element> items;
     unsigned long depth = 0;
@@ -373,6 +319,21 @@ public:
         return element;
     }
     void Pop() { --depth; }
+
+    void ResetIndentLine()
+    {
+        indentLine.assign(newLine.data(), newLine.size());
+        indentLevels = 0;
+    }
+    void AppendNewLineAndIndent(WideBuffer& out, unsigned long ulLevels)
+    {
+        while (indentLevels < ulLevels)
+        {
+            indentLine.append(indent.data(), indent.size());
+            ++indentLevels;
+        }
+        out.append(indentLine.data(), newLine.size() + ulLevels * indent.size());
+    }
 
     // The namespace bound to the prefix in scope, or null.
     template <typename T> const TextBuffer* LookupNamespace(const T& prefix) const
@@ -413,6 +374,7 @@ void UXmlWriter::Init()
     m_pElements = new ElementStack();
     m_pElements->indent.assign(L"  ");
     m_pElements->newLine.assign(IO::UStreamWriter::GetNewLine().GetBuffer());
+    m_pElements->ResetIndentLine();
 }
 
 UXmlWriter::~UXmlWriter()
@@ -482,10 +444,13 @@ void UXmlWriter::Emit(const UString& text)
 
 void UXmlWriter::AppendNewLineAndIndent(unsigned long ulLevels)
 {
-    WideBuffer& out = m_pElements->scratch;
-    out.append(m_pElements->newLine.data(), m_pElements->newLine.size());
-    for (unsigned long i = 0; i < ulLevels; ++i)
-        out.append(m_pElements->indent.data(), m_pElements->indent.size());
+    m_pElements->AppendNewLineAndIndent(m_pElements->scratch, ulLevels);
+}
+
+void UXmlWriter::FlushIfFull()
+{
+    if (m_pElements->output.size() >= kOutputChunk)
+        WriteOutput();
 }
 
 void UXmlWriter::SetNewLine(const UString& newLine)
@@ -493,6 +458,7 @@ void UXmlWriter::SetNewLine(const UString& newLine)
     CheckUsable();
     IO::UStreamWriter::SetNewLine(newLine);
     m_pElements->newLine.assign(newLine.GetBuffer(), newLine.GetLength());
+    m_pElements->ResetIndentLine();
 }
 
 void UXmlWriter::Flush()
@@ -536,9 +502,8 @@ UXmlSpace UXmlWriter::GetXmlSpace() const
 
 const UString& UXmlWriter::GetXmlLang() const
 {
-    if (m_pElements->Empty())
-        return UString::Empty;
-    return m_pElements->Top().lang;
+    const unsigned long owner = m_pElements->Empty() ? 0 : m_pElements->Top().langOwner;
+    return owner == 0 ? UString::Empty : m_pElements->items[owner - 1].lang;
 }
 
 const UString& UXmlWriter::GetIndentChars() const
@@ -554,6 +519,7 @@ void UXmlWriter::SetIndentChars(const wchar_t* pszIndentChars)
     CheckUsable();
     m_indentChars = pszIndentChars;
     m_pElements->indent.assign(pszIndentChars);
+    m_pElements->ResetIndentLine();
 }
 
 wchar_t UXmlWriter::GetQuoteChar() const
@@ -731,26 +697,36 @@ void UXmlWriter::StartElement(const wchar_t* pszPrefix, const wchar_t* pszLocalN
     if (m_bRootWritten && m_bRootElementWritten && m_state == eXmlWriterState_Content && m_pElements->Empty())
         throw UInvalidOperationException(L"Writing another root element would violate well-formedness.");
 
-    m_pElements->scratch.clear();
-    switch (m_state)
+    // Assembled in the collected output; a failure takes back what it added.
+    WideBuffer& out = m_pElements->output;
+    const size_t mark = out.size();
+    try
     {
-    case eXmlWriterState_Attribute:
-    case eXmlWriterState_Element:
-        WriteCurrentElementAndAttributes();
-        m_pElements->scratch.push_back(L'>');
-        AppendNewLineAndIndent(m_pElements->Depth());
-        break;
-    case eXmlWriterState_Content:
-    case eXmlWriterState_Prolog:
-        AppendNewLineAndIndent(m_pElements->Depth());
-        break;
-    case eXmlWriterState_Start:
-        break;
-    default:
-        throw UInvalidOperationException(kNotProperState);
+        switch (m_state)
+        {
+        case eXmlWriterState_Attribute:
+        case eXmlWriterState_Element:
+            WriteCurrentElementAndAttributes();
+            out.push_back(L'>');
+            m_pElements->AppendNewLineAndIndent(out, m_pElements->Depth());
+            break;
+        case eXmlWriterState_Content:
+        case eXmlWriterState_Prolog:
+            m_pElements->AppendNewLineAndIndent(out, m_pElements->Depth());
+            break;
+        case eXmlWriterState_Start:
+            break;
+        default:
+            throw UInvalidOperationException(kNotProperState);
+        }
+        out.push_back(L'<');
     }
-    m_pElements->scratch.push_back(L'<');
-    Emit(m_pElements->scratch.data(), static_cast<unsigned long>(m_pElements->scratch.size()));
+    catch (...)
+    {
+        out.truncate(mark);
+        throw;
+    }
+    FlushIfFull();
 
     Element* parent = m_pElements->Empty() ? nullptr : &m_pElements->Top();
     if (parent != nullptr)
@@ -759,11 +735,7 @@ void UXmlWriter::StartElement(const wchar_t* pszPrefix, const wchar_t* pszLocalN
     parent = m_pElements->Depth() > 1 ? &m_pElements->items[m_pElements->Depth() - 2] : nullptr;
     element.prefix.Assign(prefix);
     element.localName.Assign(pszLocalName);
-    const UStringBuilder* lang = parent != nullptr ? &parent->lang : nullptr;
-    if (lang != nullptr && !lang->IsEmpty())
-        element.lang.Assign(lang->GetBuffer(), lang->GetLength());
-    else if (!element.lang.IsEmpty())
-        element.lang.Clear(0);
+    element.langOwner = parent != nullptr ? parent->langOwner : 0;
     element.space = parent != nullptr ? parent->space : eXmlSpace_None;
     if (bNamespaceGiven)
     {
@@ -789,12 +761,13 @@ void UXmlWriter::WriteCurrentElementAndAttributes()
         WriteEndAttribute();
     const Element& element = m_pElements->Top();
     const wchar_t quote = m_wcQuoteChar;
+    WideBuffer& out = m_pElements->output;
     if (!element.prefix.IsEmpty())
     {
-        m_pElements->scratch.append(element.prefix.GetBuffer(), element.prefix.GetLength());
-        m_pElements->scratch.push_back(L':');
+        out.append(element.prefix.GetBuffer(), element.prefix.GetLength());
+        out.push_back(L':');
     }
-    m_pElements->scratch.append(element.localName.GetBuffer(), element.localName.GetLength());
+    out.append(element.localName.GetBuffer(), element.localName.GetLength());
     // Namespace declarations first, then the other attributes, each in the order written.
     for (int pass = 0; pass < 2; ++pass)
         for (size_t i = 0; i < element.attributeCount; ++i)
@@ -802,17 +775,17 @@ void UXmlWriter::WriteCurrentElementAndAttributes()
             const Attribute& attribute = element.attributes[i];
             if (attribute.bDeclaration != (pass == 0))
                 continue;
-            m_pElements->scratch.push_back(L' ');
+            out.push_back(L' ');
             if (!attribute.prefix.IsEmpty())
             {
-                m_pElements->scratch.append(attribute.prefix.GetBuffer(), attribute.prefix.GetLength());
-                m_pElements->scratch.push_back(L':');
+                out.append(attribute.prefix.GetBuffer(), attribute.prefix.GetLength());
+                out.push_back(L':');
             }
-            m_pElements->scratch.append(attribute.localName.GetBuffer(), attribute.localName.GetLength());
-            m_pElements->scratch.push_back(L'=');
-            m_pElements->scratch.push_back(quote);
-            m_pElements->scratch.append(attribute.value.GetBuffer(), attribute.value.GetLength());
-            m_pElements->scratch.push_back(quote);
+            out.append(attribute.localName.GetBuffer(), attribute.localName.GetLength());
+            out.push_back(L'=');
+            out.push_back(quote);
+            out.append(attribute.value.GetBuffer(), attribute.value.GetLength());
+            out.push_back(quote);
         }
 }
 
@@ -821,11 +794,20 @@ void UXmlWriter::CloseElementStartTag()
     CheckUsable();
     if (m_state != eXmlWriterState_Attribute && m_state != eXmlWriterState_Element)
         return;
-    m_pElements->scratch.clear();
-    WriteCurrentElementAndAttributes();
-    m_pElements->scratch.push_back(L'>');
-    Emit(m_pElements->scratch.data(), static_cast<unsigned long>(m_pElements->scratch.size()));
+    WideBuffer& out = m_pElements->output;
+    const size_t mark = out.size();
+    try
+    {
+        WriteCurrentElementAndAttributes();
+        out.push_back(L'>');
+    }
+    catch (...)
+    {
+        out.truncate(mark);
+        throw;
+    }
     m_state = eXmlWriterState_Content;
+    FlushIfFull();
 }
 
 void UXmlWriter::WriteEndElement()
@@ -834,31 +816,40 @@ void UXmlWriter::WriteEndElement()
     const bool pending = m_state == eXmlWriterState_Attribute || m_state == eXmlWriterState_Element;
     if (m_pElements->Empty() || (!pending && m_state != eXmlWriterState_Content))
         throw UInvalidOperationException(L"Not writing attribute, element or content at the moment.");
-    m_pElements->scratch.clear();
-    if (pending)
+    WideBuffer& out = m_pElements->output;
+    const size_t mark = out.size();
+    try
     {
-        WriteCurrentElementAndAttributes();
-        m_pElements->scratch.append(L" />");
-    }
-    else
-    {
-        const Element& element = m_pElements->Top();
-        if (element.bHasChildElements)
-            AppendNewLineAndIndent(m_pElements->Depth() - 1);
-        m_pElements->scratch.append(L"</");
-        if (!element.prefix.IsEmpty())
+        if (pending)
         {
-            m_pElements->scratch.append(element.prefix.GetBuffer(), element.prefix.GetLength());
-            m_pElements->scratch.push_back(L':');
+            WriteCurrentElementAndAttributes();
+            out.append(L" />", 3);
         }
-        m_pElements->scratch.append(element.localName.GetBuffer(), element.localName.GetLength());
-        m_pElements->scratch.push_back(L'>');
+        else
+        {
+            const Element& element = m_pElements->Top();
+            if (element.bHasChildElements)
+                m_pElements->AppendNewLineAndIndent(out, m_pElements->Depth() - 1);
+            out.append(L"</", 2);
+            if (!element.prefix.IsEmpty())
+            {
+                out.append(element.prefix.GetBuffer(), element.prefix.GetLength());
+                out.push_back(L':');
+            }
+            out.append(element.localName.GetBuffer(), element.localName.GetLength());
+            out.push_back(L'>');
+        }
     }
-    Emit(m_pElements->scratch.data(), static_cast<unsigned long>(m_pElements->scratch.size()));
+    catch (...)
+    {
+        out.truncate(mark);
+        throw;
+    }
     m_pElements->Pop();
     if (m_pElements->Empty())
         m_bRootElementWritten = 1;
     m_state = eXmlWriterState_Content;
+    FlushIfFull();
 }
 
 void UXmlWriter::WriteFullEndElement()
@@ -975,7 +966,8 @@ void UXmlWriter::WriteEndAttribute()
         throw UInvalidOperationException(L"State of the writer is not eXmlWriterState_Attribute.");
     Element& element = m_pElements->Top();
     Attribute& attribute = element.attributes[element.attributeCount - 1];
-    attribute.value.Assign(m_pElements->value.data(), m_pElements->value.size());
+    // The collected value changes places with the record's old buffer: no copy.
+    attribute.value.Swap(m_pElements->value);
     // "xml:space" and the like, whether written with a prefix or as one local name.
     const bool xmlPrefix = Is(attribute.prefix, L"xml");
     // Only names that begin with "xml" are special; the rest skip the comparisons.
@@ -996,7 +988,10 @@ void UXmlWriter::WriteEndAttribute()
     }
     else if ((xmlPrefix && Is(attribute.localName, L"lang")) ||
              (attribute.prefix.IsEmpty() && Is(attribute.localName, L"xml:lang")))
+    {
         element.lang.Assign(attribute.value.GetBuffer(), attribute.value.GetLength());
+        element.langOwner = m_pElements->Depth();
+    }
     else if (attribute.prefix.IsEmpty() && Is(attribute.localName, L"xmlns"))
         element.AddDeclaration(UString::Empty, attribute.value);
     else if (Is(attribute.prefix, L"xmlns"))
@@ -1075,27 +1070,19 @@ void UXmlWriter::WriteStringInternal(const wchar_t* pszText, unsigned long ulLen
     WideBuffer& out = attribute ? m_pElements->value : m_pElements->output;
     const size_t start = out.size();
     const unsigned long length = ulLength == kWholeString ? static_cast<unsigned long>(std::wcslen(pszText)) : ulLength;
-    unsigned long runStart = 0;
-    unsigned long index = 0;
-    while (index < length)
+    const unsigned long escapeAbove20 = attribute ? kEscapeAttribute : kEscapeText;
+    const wchar_t* p = pszText;
+    const wchar_t* const end = pszText + length;
+    while (p != end)
     {
-        const wchar_t wc = pszText[index];
-        if (!NeedsEscape(wc, attribute))
-        {
-            ++index;
-            continue;
-        }
-        if (wc >= 0xD800 && wc <= 0xDFFF)
-        {
-            if (!IsHighSurrogate(wc) || index + 1 >= length || !IsLowSurrogate(pszText[index + 1]))
-            {
-                out.truncate(start);
-                throw UArgumentException(L"pszText", L"Detected malformed UTF-16 string.");
-            }
-            index += 2;
-            continue;
-        }
-        out.append(pszText + runStart, index - runStart);
+        // The run up to the next unit that needs an escape is copied as it is scanned.
+        wchar_t* run = out.extend(static_cast<size_t>(end - p));
+        while (p != end && !NeedsEscape(*p, escapeAbove20))
+            *run++ = *p++;
+        out.truncate(out.size() - static_cast<size_t>(end - p));
+        if (p == end)
+            break;
+        const wchar_t wc = *p;
         switch (wc)
         {
         case L'&':
@@ -1113,20 +1100,29 @@ void UXmlWriter::WriteStringInternal(const wchar_t* pszText, unsigned long ulLen
         case L'\'':
             out.append(L"&apos;", 6);
             break;
-        default: {
+        default:
+            if (wc >= 0xD800)
+            {
+                if (!IsHighSurrogate(wc) || end - p < 2 || !IsLowSurrogate(p[1]))
+                {
+                    out.truncate(start);
+                    throw UArgumentException(L"pszText", L"Detected malformed UTF-16 string.");
+                }
+                out.append(p, 2);
+                ++p;
+                break;
+            }
             // Kept: control characters become "&#0x" and two hexadecimal digits, without a
             // semicolon (pinned by XmlWriterTest.ExactOutput).
-            wchar_t reference[8];
-            std::swprintf(reference, 8, L"&#0x%02X", static_cast<unsigned int>(wc));
+            const wchar_t reference[] = {
+                L'&', L'#', L'0', L'x', L"0123456789ABCDEF"[wc >> 4], L"0123456789ABCDEF"[wc & 15]};
             out.append(reference, 6);
             break;
         }
-        }
-        runStart = ++index;
+        ++p;
     }
-    out.append(pszText + runStart, length - runStart);
-    if (!attribute && out.size() >= kOutputChunk)
-        WriteOutput();
+    if (!attribute)
+        FlushIfFull();
 }
 
 void UXmlWriter::WriteText(const wchar_t* pwcText, unsigned long ulCount)

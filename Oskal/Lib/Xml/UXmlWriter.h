@@ -141,6 +141,8 @@ private:
     void WriteText(const wchar_t* pwcText, unsigned long ulCount);
     // A new line and the indentation for ulLevels, onto the text being assembled.
     void AppendNewLineAndIndent(unsigned long ulLevels);
+    // Hands the collected output to the stream writer once it has reached a chunk.
+    void FlushIfFull();
     // Output goes to the stream in chunks, at the latest by Flush and Close; a failing stream
     // leaves the writer in the Error state.
     void Emit(const wchar_t* pwcText, unsigned long ulCount);
