@@ -51,7 +51,9 @@ enum UThreadPoolTaskState
 // by itself (a fenced task without a time limit may make it wait as long as Run takes).
 //
 // When WaitForTaskToExit returns, the pool no longer touches the task: it may be deleted or
-// executed again. A task may be executed again in state Idle, Finished or Aborted.
+// executed again. A task may be executed again in state Idle, Finished or Aborted. When several
+// threads wait on one task, delete it only after every one of them has returned: a waiter signs
+// off in the task on its way out.
 class OSKAL_LIB_API UThreadPoolTask
 {
 public:
