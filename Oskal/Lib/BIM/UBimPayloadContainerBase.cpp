@@ -6,6 +6,7 @@
 #include <Oskal/Lib/Cryptography/USHA1.h>
 #include <Oskal/Lib/Internal/ByteOrder.h>
 #include <Oskal/Lib/Internal/ReleasePtr.h>
+#include <Oskal/Lib/Internal/StreamRead.h>
 #include <Oskal/Lib/UInvalidOperationException.h>
 
 #include <cstring>
@@ -209,15 +210,7 @@ void UBimPayloadContainerBase::ReadInnerContainerRaw(IO::UStream& stream, unsign
     m_pbyRaw = new unsigned char[uiStoredSize != 0 ? uiStoredSize : 1];
     m_uiRawStoredSize = uiStoredSize;
     m_uiRawPlainSize = uiPlainSize;
-    unsigned int done = 0;
-    while (done < uiStoredSize)
-    {
-        const unsigned int piece = uiStoredSize - done < kPiece ? uiStoredSize - done : kPiece;
-        const long n = stream.Read(m_pbyRaw + done, static_cast<long>(piece));
-        if (n <= 0)
-            break;
-        done += static_cast<unsigned int>(n);
-    }
+    const unsigned int done = static_cast<unsigned int>(Internal::ReadFully(stream, m_pbyRaw, uiStoredSize));
     // A short read is not an error here (the digest check decides); the rest must not hold
     // leftovers of the heap.
     if (done < uiStoredSize)

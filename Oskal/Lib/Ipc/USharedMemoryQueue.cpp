@@ -162,38 +162,28 @@ void USharedMemoryQueue::Create(const wchar_t* pszName, unsigned long ulBlockSiz
     wchar_t szName[kNameBufferSize];
     FormatName(szName, pszName, L" - QPM");
     m_hMutex = CreateMutexW(nullptr, FALSE, szName);
-    DWORD dwError = GetLastError();
-    if (m_hMutex == nullptr || dwError == ERROR_ALREADY_EXISTS)
-    {
-        Close();
-        throw UWin32Exception(m_hMutex == nullptr ? L"Creating the mutex protecting the shared memory queue failed."
-                                                  : L"Mutex protecting the shared memory queue exists already.",
-                              dwError);
-    }
+    CheckNamedObject(m_hMutex, GetLastError(), L"Creating the mutex protecting the shared memory queue failed.",
+                     L"Mutex protecting the shared memory queue exists already.");
     FormatName(szName, pszName, L" - UBAS");
     m_hSemaphore = CreateSemaphoreW(nullptr, 0, static_cast<LONG>(ulNumberOfBlocks), szName);
-    dwError = GetLastError();
-    if (m_hSemaphore == nullptr || dwError == ERROR_ALREADY_EXISTS)
-    {
-        const bool bExists = m_hSemaphore != nullptr;
-        Close();
-        throw UWin32Exception(bExists ? L"Semaphore for reader notification exists already."
-                                      : L"Creating the semaphore for reader notification failed.",
-                              dwError);
-    }
+    CheckNamedObject(m_hSemaphore, GetLastError(), L"Creating the semaphore for reader notification failed.",
+                     L"Semaphore for reader notification exists already.");
     FormatName(szName, pszName, L" - DAE");
     m_hEvent = CreateEventW(nullptr, TRUE, FALSE, szName);
-    dwError = GetLastError();
-    if (m_hEvent == nullptr || dwError == ERROR_ALREADY_EXISTS)
-    {
-        const bool bExists = m_hEvent != nullptr;
-        Close();
-        throw UWin32Exception(bExists ? L"Event for reader notification exists already."
-                                      : L"Creating the event for reader notification failed.",
-                              dwError);
-    }
+    CheckNamedObject(m_hEvent, GetLastError(), L"Creating the event for reader notification failed.",
+                     L"Event for reader notification exists already.");
     m_ulLostCount = 0;
     m_bInited = 1;
+}
+
+void USharedMemoryQueue::CheckNamedObject(HANDLE hObject, DWORD dwError, const wchar_t* pszFailed,
+                                          const wchar_t* pszExists)
+{
+    const bool bExists = hObject != nullptr && pszExists != nullptr && dwError == ERROR_ALREADY_EXISTS;
+    if (hObject != nullptr && !bExists)
+        return;
+    Close();
+    throw UWin32Exception(bExists ? pszExists : pszFailed, dwError);
 }
 
 void USharedMemoryQueue::Open(const wchar_t* pszName)
@@ -243,29 +233,15 @@ void USharedMemoryQueue::Open(const wchar_t* pszName)
     wchar_t szName[kNameBufferSize];
     FormatName(szName, pszName, L" - QPM");
     m_hMutex = OpenMutexW(MUTEX_ALL_ACCESS, FALSE, szName);
-    if (m_hMutex == nullptr)
-    {
-        const DWORD dwError = GetLastError();
-        Close();
-        throw UWin32Exception(L"Opening the mutex protecting the shared memory queue failed.", dwError);
-    }
+    CheckNamedObject(m_hMutex, GetLastError(), L"Opening the mutex protecting the shared memory queue failed.",
+                     nullptr);
     FormatName(szName, pszName, L" - UBAS");
     m_hSemaphore = OpenSemaphoreW(SEMAPHORE_ALL_ACCESS, FALSE, szName);
-    if (m_hSemaphore == nullptr)
-    {
-        const DWORD dwError = GetLastError();
-        Close();
-        throw UWin32Exception(L"Opening the 'used block list' semaphore failed.", dwError);
-    }
+    CheckNamedObject(m_hSemaphore, GetLastError(), L"Opening the 'used block list' semaphore failed.", nullptr);
     FormatName(szName, pszName, L" - DAE");
     m_hEvent = OpenEventW(EVENT_ALL_ACCESS, FALSE, szName);
-    if (m_hEvent == nullptr)
-    {
-        const DWORD dwError = GetLastError();
-        Close();
-        // Kept: the message ends with two full stops (pinned by SharedMemoryQueue.OpenFailures)
-        throw UWin32Exception(L"Opening the event indicating blocks in the queue failed..", dwError);
-    }
+    // Kept: the message ends with two full stops (pinned by SharedMemoryQueue.OpenFailures)
+    CheckNamedObject(m_hEvent, GetLastError(), L"Opening the event indicating blocks in the queue failed..", nullptr);
     m_ulLostCount = 0;
     m_bInited = 1;
 }

@@ -106,6 +106,9 @@ private:
     struct UReclaimed;
 
     void CheckInited() const;
+    // After creating or opening one of the named objects: closes everything and throws when the
+    // handle is missing (pszFailed) or, for a creation, the object existed already (pszExists).
+    void CheckNamedObject(HANDLE hObject, DWORD dwError, const wchar_t* pszFailed, const wchar_t* pszExists);
     unsigned long IndexOfBlock(const void* pBlock, const wchar_t* pszName) const;
     UQueueBlock* BlockAt(unsigned long ulIndex) const;
     unsigned long CheckedIndex(unsigned long ulIndex) const;
