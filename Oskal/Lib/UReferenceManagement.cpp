@@ -1,6 +1,6 @@
 #include <Oskal/Lib/UReferenceManagement.h>
 
-#include <windows.h>
+#include <Oskal/Lib/Internal/InterlockedRead.h>
 
 namespace Oskal { namespace Lib {
 
@@ -39,8 +39,7 @@ unsigned long UReferenceManagement::Release()
 
 unsigned long UReferenceManagement::GetRefCount()
 {
-    // Compare-exchange of the value with itself: a read that is a full barrier.
-    return static_cast<unsigned long>(InterlockedCompareExchange(&m_lRefCount, 0, 0));
+    return static_cast<unsigned long>(Internal::InterlockedRead(m_lRefCount));
 }
 
 }} // namespace Oskal::Lib

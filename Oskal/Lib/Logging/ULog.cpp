@@ -1,5 +1,6 @@
 #include <Oskal/Lib/Logging/ULog.h>
 
+#include <Oskal/Lib/Internal/InterlockedRead.h>
 #include <Oskal/Lib/Internal/WideFormat.h>
 #include <Oskal/Lib/Threading/UCriticalSection.h>
 #include <Oskal/Lib/Threading/UCriticalSectionAutoLock.h>
@@ -39,7 +40,7 @@ LoggerRegistry& gRegistry = *new LoggerRegistry();
 
 bool NoLogger()
 {
-    return InterlockedCompareExchange(&gRegistry.count, 0, 0) == 0;
+    return Internal::InterlockedRead(gRegistry.count) == 0;
 }
 
 typedef wchar_t TextBuffer[ULog::MaxTextLength + 1];

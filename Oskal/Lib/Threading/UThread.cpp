@@ -1,4 +1,5 @@
 #include <Oskal/Lib/Internal/ArgumentChecks.h>
+#include <Oskal/Lib/Internal/InterlockedRead.h>
 #include <Oskal/Lib/Threading/UCriticalSectionAutoLock.h>
 #include <Oskal/Lib/Threading/UThread.h>
 #include <Oskal/Lib/UInvalidOperationException.h>
@@ -180,7 +181,7 @@ unsigned long UThread::GetExitCode()
 
 unsigned long UThread::GetThreadId()
 {
-    return static_cast<unsigned long>(InterlockedCompareExchange(&m_lThreadId, 0, 0));
+    return static_cast<unsigned long>(Internal::InterlockedRead(m_lThreadId));
 }
 
 void UThread::CloseLocked()

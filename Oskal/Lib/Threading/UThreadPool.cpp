@@ -1,4 +1,5 @@
 #include <Oskal/Lib/Internal/ArgumentChecks.h>
+#include <Oskal/Lib/Internal/InterlockedRead.h>
 #include <Oskal/Lib/Logging/ULog.h>
 #include <Oskal/Lib/Threading/UCriticalSectionAutoLock.h>
 #include <Oskal/Lib/Threading/UThreadPool.h>
@@ -45,11 +46,6 @@ void* Arg(unsigned long ulValue)
 void* Arg(const wchar_t* psz)
 {
     return const_cast<wchar_t*>(psz);
-}
-
-LONG Read(const volatile LONG& value)
-{
-    return InterlockedCompareExchange(const_cast<volatile LONG*>(&value), 0, 0);
 }
 
 bool ArmTimer(HANDLE hTimer)
@@ -122,13 +118,13 @@ UThreadPool::~UThreadPool() noexcept(false)
 void UThreadPool::Execute(UThreadPoolTask* pTask, unsigned long ulTimeout)
 {
     Internal::ThrowIfNull(pTask, L"pTask");
-    if (Read(m_lManagerState) == eManager_ShutDown)
+    if (Internal::InterlockedRead(m_lManagerState) == eManager_ShutDown)
         throw UShuttingDownException(L"The thread pool has been shut down.");
     if (!AcquireSlot(ulTimeout))
         throw UTimeoutException(L"Waiting for a thread to become available timed out.");
 
     UCriticalSectionAutoLock post(m_postLock);
-    LONG state = Read(m_lManagerState);
+    LONG state = Internal::InterlockedRead(m_lManagerState);
     if (state != eManager_Running)
     {
         ReleaseSlot();
@@ -152,8 +148,8 @@ void UThreadPool::Execute(UThreadPoolTask* pTask, unsigned long ulTimeout)
     pTask->SetTaskState(TaskStateQueued);
     pTask->Unlock();
     InterlockedIncrement(&m_lQueued);
-    PostWithRetry(static_cast<unsigned long>(Read(m_lManagerThreadId)), MSG_THREAD_POOL_EXECUTE_TASK,
-                  reinterpret_cast<WPARAM>(pTask),
+    PostWithRetry(static_cast<unsigned long>(Internal::InterlockedRead(m_lManagerThreadId)),
+                  MSG_THREAD_POOL_EXECUTE_TASK, reinterpret_cast<WPARAM>(pTask),
                   L"Posting message 'MSG_THREAD_POOL_EXECUTE_TASK' to thread pool manager failed. Trying again...",
                   Never);
 }
@@ -181,27 +177,27 @@ unsigned long UThreadPool::GetMaxThreads() const
 
 unsigned long UThreadPool::GetUsedThreadCount() const
 {
-    return static_cast<unsigned long>(Read(m_lUsed));
+    return static_cast<unsigned long>(Internal::InterlockedRead(m_lUsed));
 }
 
 unsigned long UThreadPool::GetFreeThreadCount() const
 {
-    return static_cast<unsigned long>(Read(m_lFree));
+    return static_cast<unsigned long>(Internal::InterlockedRead(m_lFree));
 }
 
 unsigned long UThreadPool::GetQueuedTaskCount() const
 {
-    return static_cast<unsigned long>(Read(m_lQueued));
+    return static_cast<unsigned long>(Internal::InterlockedRead(m_lQueued));
 }
 
 unsigned long UThreadPool::GetAbortedTaskCount() const
 {
-    return static_cast<unsigned long>(Read(m_lAborted));
+    return static_cast<unsigned long>(Internal::InterlockedRead(m_lAborted));
 }
 
 unsigned long UThreadPool::GetManagerThreadId() const
 {
-    return static_cast<unsigned long>(Read(m_lManagerThreadId));
+    return static_cast<unsigned long>(Internal::InterlockedRead(m_lManagerThreadId));
 }
 
 // Kept: waiting for the pool on one of its own threads would never end, so it is refused
@@ -637,7 +633,7 @@ void UThreadPool::PublishCounts()
 
 bool UThreadPool::TryTakeSlot()
 {
-    LONG slots = Read(m_lSlots);
+    LONG slots = Internal::InterlockedRead(m_lSlots);
     while (slots > 0)
     {
         LONG seen = InterlockedCompareExchange(&m_lSlots, slots - 1, slots);
@@ -678,13 +674,13 @@ void UThreadPool::ReleaseSlot()
     for (;;)
     {
         // Never above the maximum, as a semaphore's count cannot pass its maximum.
-        LONG slots = Read(m_lSlots);
+        LONG slots = Internal::InterlockedRead(m_lSlots);
         if (slots >= static_cast<LONG>(m_ulMaxThreads))
             return;
         if (InterlockedCompareExchange(&m_lSlots, slots + 1, slots) == slots)
             break;
     }
-    if (Read(m_lSlotWaiters) == 0)
+    if (Internal::InterlockedRead(m_lSlotWaiters) == 0)
         return;
     // Through the lock: a waiter between its look and its sleep holds it.
     AcquireSRWLockExclusive(&m_slotLock);

@@ -1,3 +1,4 @@
+#include <Oskal/Lib/Internal/InterlockedRead.h>
 #include <Oskal/Lib/Threading/UThreadPool.h>
 #include <Oskal/Lib/Threading/UThreadPoolTask.h>
 #include <Oskal/Lib/Threading/UThreadPoolThread.h>
@@ -79,7 +80,7 @@ void UThreadPoolTask::SetTaskName(const wchar_t* pszName)
 
 UThreadPoolTaskState UThreadPoolTask::GetTaskState() const
 {
-    return static_cast<UThreadPoolTaskState>(InterlockedCompareExchange(const_cast<LONG*>(&m_lState), 0, 0));
+    return static_cast<UThreadPoolTaskState>(Internal::InterlockedRead(m_lState));
 }
 
 void UThreadPoolTask::SetTaskState(UThreadPoolTaskState eState)
@@ -95,7 +96,7 @@ int UThreadPoolTask::IsTaskInProgress() const
 
 void UThreadPoolTask::WaitForTaskToExit(unsigned long ulTimeout)
 {
-    LONG state = InterlockedCompareExchange(&m_lExit, 0, 0);
+    LONG state = Internal::InterlockedRead(m_lExit);
     for (;;)
     {
         if ((state & kExited) != 0)
@@ -115,13 +116,13 @@ void UThreadPoolTask::WaitForTaskToExit(unsigned long ulTimeout)
         unsigned long elapsed = GetTickCount() - start;
         DWORD wait = ulTimeout == INFINITE ? INFINITE : elapsed < ulTimeout ? ulTimeout - elapsed : 0;
         DWORD result = WaitForSingleObject(m_hExitEvent, wait);
-        state = InterlockedCompareExchange(&m_lExit, 0, 0);
+        state = Internal::InterlockedRead(m_lExit);
         if (RoundEnded(state, round))
             break;
         if (result == WAIT_OBJECT_0)
         {
             // Set, and about to be marked: the setter is between its two steps.
-            while (!RoundEnded(InterlockedCompareExchange(&m_lExit, 0, 0), round))
+            while (!RoundEnded(Internal::InterlockedRead(m_lExit), round))
                 SwitchToThread();
             break;
         }
@@ -138,7 +139,7 @@ void UThreadPoolTask::WaitForTaskToExit(unsigned long ulTimeout)
 
 void UThreadPoolTask::ResetExit()
 {
-    LONG state = InterlockedCompareExchange(&m_lExit, 0, 0);
+    LONG state = Internal::InterlockedRead(m_lExit);
     if ((state & kKernelSet) != 0)
         ResetEvent(m_hExitEvent);
     for (;;)
@@ -156,7 +157,7 @@ void UThreadPoolTask::SignalExit()
 {
     HANDLE event = m_hExitEvent;
     LONG set = 0;
-    LONG state = InterlockedCompareExchange(&m_lExit, 0, 0);
+    LONG state = Internal::InterlockedRead(m_lExit);
     for (;;)
     {
         if ((state & kWaiters) != 0 && set == 0)
@@ -174,7 +175,7 @@ void UThreadPoolTask::SignalExit()
 
 bool UThreadPoolTask::HasExited() const
 {
-    return (InterlockedCompareExchange(const_cast<LONG*>(&m_lExit), 0, 0) & kExited) != 0;
+    return (Internal::InterlockedRead(m_lExit) & kExited) != 0;
 }
 
 void UThreadPoolTask::AbortTask()
@@ -202,7 +203,7 @@ void UThreadPoolTask::SetAbortPending(int bPending)
 
 int UThreadPoolTask::IsAbortPending() const
 {
-    return InterlockedCompareExchange(const_cast<LONG*>(&m_bAbortPending), 0, 0);
+    return Internal::InterlockedRead(m_bAbortPending);
 }
 
 void UThreadPoolTask::Lock()

@@ -1,3 +1,4 @@
+#include <Oskal/Lib/Internal/InterlockedRead.h>
 #include <Oskal/Lib/Logging/ULog.h>
 #include <Oskal/Lib/Threading/UThreadPool.h>
 #include <Oskal/Lib/Threading/UThreadPoolTask.h>
@@ -190,7 +191,7 @@ void UThreadPoolThread::AssignTask(UThreadPoolTask* pTask)
 
 unsigned long UThreadPoolThread::GetLastReturnedTick()
 {
-    return static_cast<unsigned long>(InterlockedCompareExchange(&m_lLastReturnedTick, 0, 0));
+    return static_cast<unsigned long>(Internal::InterlockedRead(m_lLastReturnedTick));
 }
 
 void UThreadPoolThread::SetLastReturnedTick(unsigned long ulTick)
