@@ -134,8 +134,9 @@ TEST(EncodingBehaviour, ReplacementAndExceptionFallbacks)
     Ref<UASCIIEncoding> ascii(UASCIIEncoding::Create());
     EXPECT_STREQ(L"ASCII", ascii->GetName());
     unsigned char out[16];
-    ASSERT_EQ(3u, ascii->GetBytes((std::wstring(L"a\xE9") + L"b").c_str(), out, 16));
-    EXPECT_EQ(ToBytes({0x61, 0x3F, 0x62}), Bytes(out, out + 3));
+    // U+007F is the last unit the fast run copies; U+0080 already goes to the fallback.
+    ASSERT_EQ(5u, ascii->GetBytes((std::wstring(L"a\xE9") + L"b\x7F\x80").c_str(), out, 16));
+    EXPECT_EQ(ToBytes({0x61, 0x3F, 0x62, 0x7F, 0x3F}), Bytes(out, out + 5));
     EXPECT_EQ(L"a?b", DecodeAll(ascii.Get(), ToBytes({0x61, 0x3F, 0x62})));
     EXPECT_EQ(L"ab", DecodeAll(ascii.Get(), ToBytes({0x61, 0xE9, 0x62}))) << "invalid bytes are skipped";
     EXPECT_EQ(1u, ascii->GetBytes(L"\xD83D\xDE00", out, 16)) << "one code point, one replacement";
@@ -190,6 +191,8 @@ TEST(EncodingBehaviour, MalformedReplacementsAndMessages)
     Ref<UDecoder> decoder(utf8->CreateDecoder());
     EXPECT_EQ(L"ulOutputSize|Output buffer is too small.",
               Thrown([&] { decoder->GetChars(ToBytes({0x41}).data(), 1, nullptr, 0, 1); }));
+    EXPECT_EQ(L"pbyInput|Argument 'pbyInput' must not be NULL.",
+              Thrown([&] { decoder->GetChars(nullptr, 1, chars, 2, 1); }));
     Ref<UEncoder> encoder(utf8->CreateEncoder());
     EXPECT_EQ(L"ulOutputSize|Buffer is too small.", Thrown([&] { encoder->GetBytes(L"A", 1, nullptr, 0, 1); }));
     EXPECT_EQ(L"ulOutputSize|Output buffer is too small.", Thrown([&] {
@@ -198,4 +201,3 @@ TEST(EncodingBehaviour, MalformedReplacementsAndMessages)
     EXPECT_EQ(L"ulOutputSize|Buffer is too small.", Thrown([&] { utf8->GetBytes(L"\xE9", out, 1); }));
     EXPECT_EQ(1u, loneLow->GetRefCount() + 0 * ascii->GetRefCount()) << "the encoding released the old fallback";
 }
-
