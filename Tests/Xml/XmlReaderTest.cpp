@@ -87,15 +87,26 @@ TEST(XmlReaderTest, NamesAttributesAndScopes)
     reader.Close();
     EXPECT_EQ(eXmlReaderState_Closed, reader.GetReaderState());
     EXPECT_EQ(L"The reader is closed.", MessageOf([&] { reader.Read(); }));
-    // Names and scopes stay right when the caller clears the name table within a document.
-    MemoryStream cleared("<r xml:lang='en'><a/></r>");
+    // Names and scopes stay right when the caller clears or replaces the name table within a
+    // document, also for the nodes that were recorded before: the end of an empty element and
+    // the end tag behind a text node.
+    MemoryStream cleared("<r xml:lang='en'><a/><b>t</b></r>");
     UXmlReader second(&cleared);
+    UXmlNameTable& table = second.GetNameTable();
     ASSERT_TRUE(second.Read());
-    second.GetNameTable().Clear();
+    table.Clear();
     ASSERT_TRUE(second.Read());
     EXPECT_STREQ(L"en", second.GetXmlLang().GetBuffer());
+    table.Clear();
+    ASSERT_TRUE(second.Read());
+    EXPECT_EQ(&table.Add(L"a"), &second.GetName());
     ASSERT_TRUE(second.Read() && second.Read());
-    EXPECT_EQ(&second.GetNameTable().Add(L"r"), &second.GetName());
+    table = UXmlNameTable();
+    table.Clear();
+    ASSERT_TRUE(second.Read());
+    EXPECT_EQ(&table.Add(L"b"), &second.GetName());
+    ASSERT_TRUE(second.Read());
+    EXPECT_EQ(&table.Add(L"r"), &second.GetName());
 }
 
 TEST(XmlReaderTest, Navigation)

@@ -3,7 +3,10 @@
 #include <Oskal/Lib/Internal/ArgumentChecks.h>
 
 #include <cwchar>
+#include <memory>
 #include <set>
+#include <utility>
+#include <vector>
 
 namespace Oskal
 {
@@ -60,8 +63,19 @@ struct Less
 class UXmlNameTable::Entries
 {
 public:
-    std::set<Entry, Less> items;
+    using Items = std::set<Entry, Less>;
+
+    Entries() = default;
+    // A copy has the names only: what another table keeps for its reader is not the copy's.
+    Entries(const Entries& other) : items(other.items), generation(other.generation) {}
+    Entries& operator=(const Entries&) = delete;
+
+    Items items;
+    // Sets of entries dropped while the owning reader may still refer to them. Moving a set
+    // leaves its strings where they are.
+    std::vector<Items> cleared;
     unsigned long generation = 0;
+    bool keepCleared = false;
 };
 
 UXmlNameTable::UXmlNameTable() : m_pEntries(new Entries()) {}
@@ -72,10 +86,16 @@ UXmlNameTable& UXmlNameTable::operator=(const UXmlNameTable& other)
 {
     if (this != &other)
     {
-        Entries* copy = new Entries(*other.m_pEntries);
+        std::unique_ptr<Entries> copy(new Entries(*other.m_pEntries));
         copy->generation = m_pEntries->generation + 1;
+        if (m_pEntries->keepCleared)
+        {
+            m_pEntries->cleared.push_back(std::move(m_pEntries->items));
+            copy->cleared = std::move(m_pEntries->cleared);
+            copy->keepCleared = true;
+        }
         delete m_pEntries;
-        m_pEntries = copy;
+        m_pEntries = copy.release();
     }
     return *this;
 }
@@ -131,8 +151,20 @@ const UString& UXmlNameTable::Add(const wchar_t* pwcText, unsigned long ulCount)
 
 void UXmlNameTable::Clear()
 {
+    if (m_pEntries->keepCleared)
+        m_pEntries->cleared.push_back(std::move(m_pEntries->items));
     m_pEntries->items.clear();
     ++m_pEntries->generation;
+}
+
+void UXmlNameTable::KeepClearedNames()
+{
+    m_pEntries->keepCleared = true;
+}
+
+void UXmlNameTable::ReleaseClearedNames()
+{
+    m_pEntries->cleared.clear();
 }
 
 unsigned long UXmlNameTable::GetGeneration() const

@@ -31,8 +31,14 @@ public:
 
 private:
     friend class UXmlReader;
-    // Counts the calls of Clear, so that a reader knows when names it remembered are gone.
+    // Counts the calls of Clear and assignments, so that a reader knows when names it
+    // remembered have left the table.
     unsigned long GetGeneration() const;
+    // For the reader that owns the table: from now on Clear and assignment keep the strings they
+    // drop alive until ReleaseClearedNames, so that the reader can add the names it still holds
+    // again before their old strings go.
+    void KeepClearedNames();
+    void ReleaseClearedNames();
 
     class Entries;
     Entries* m_pEntries;

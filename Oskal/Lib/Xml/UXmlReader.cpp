@@ -215,6 +215,7 @@ private:
     }
     // The names remembered from before the caller cleared the name table are gone.
     void CheckNameTable();
+    void AddAgain(Names& names);
     void AddSpecialNames();
     const UString& Atomize(const wchar_t* pwc, unsigned long ulCount);
     // Splits "uri<sep>local<sep>prefix" (parts absent when empty) into atomized names.
@@ -285,8 +286,6 @@ private:
     UStringBuilder scratch;
     CachedName nameCache[kNameCacheSize];
     unsigned long nameTableGeneration;
-    // The scopes below this count hold names from before the name table was cleared.
-    size_t staleScopes;
     const UString* xmlSpaceName;
     const UString* xmlLangName;
     // The xml:lang values of the open elements; the caller never clears this table.
@@ -296,9 +295,10 @@ private:
 UXmlReader::Parser::Parser(IO::UStream* pStream)
     : stream(pStream), parser(nullptr), state(eXmlReaderState_Initial), nodeType(eXmlNodeType_None), depth(0),
       bTextWhite(true), names(kNoNames), attributeCount(0), currentAttribute(-1), nodeReady(0), pendingEnd(0),
-      suspended(0), finalFed(0), nameTableGeneration(0), staleScopes(0), xmlSpaceName(nullptr), xmlLangName(nullptr)
+      suspended(0), finalFed(0), nameTableGeneration(0), xmlSpaceName(nullptr), xmlLangName(nullptr)
 {
     // Before the parser exists: a failure here must not leave it behind.
+    nameTable.KeepClearedNames();
     nameTableGeneration = nameTable.GetGeneration();
     AddSpecialNames();
     parser = XML_ParserCreateNS(nullptr, kTripletSeparator);
@@ -335,6 +335,16 @@ int UXmlReader::Parser::Read()
     state = eXmlReaderState_Interactive;
     nodeReady = 0;
     currentAttribute = -1;
+    try
+    {
+        // Before any path: the nodes delivered without parsing carry names recorded earlier.
+        CheckNameTable();
+    }
+    catch (...)
+    {
+        state = eXmlReaderState_Error;
+        throw;
+    }
     if (pendingEnd)
     {
         // The end tag of an empty element arrived with its start tag.
@@ -342,8 +352,6 @@ int UXmlReader::Parser::Read()
         ProcessBufferedText();
         if (!scopes.empty())
             scopes.pop_back();
-        if (staleScopes > scopes.size())
-            staleScopes = scopes.size();
         nodeType = eXmlNodeType_EndElement;
         attributeCount = 0;
         return 1;
@@ -359,7 +367,6 @@ int UXmlReader::Parser::Read()
     attributeCount = 0;
     try
     {
-        CheckNameTable();
         if (Advance())
             return 1;
     }
@@ -372,7 +379,6 @@ int UXmlReader::Parser::Read()
     // XmlReaderTest.NamesAttributesAndScopes).
     state = eXmlReaderState_EndOfFile;
     scopes.clear();
-    staleScopes = 0;
     nodeType = eXmlNodeType_None;
     depth = 0;
     ClearText();
@@ -436,11 +442,25 @@ void UXmlReader::Parser::CheckNameTable()
     const unsigned long generation = nameTable.GetGeneration();
     if (generation == nameTableGeneration)
         return;
-    nameTableGeneration = generation;
+    // The caller cleared or replaced the table. Its old strings are still alive: the names the
+    // reader holds (the current node, the open elements, the attributes) are added to the table
+    // as it is now, and only then are the old strings let go. Done again after a failure.
     for (CachedName& cached : nameCache)
         cached.bUsed = false;
-    staleScopes = scopes.size();
+    AddAgain(names);
+    for (Scope& scope : scopes)
+        AddAgain(scope.names);
+    for (unsigned long i = 0; i < attributeCount; ++i)
+        AddAgain(attributes[i].names);
     AddSpecialNames();
+    nameTable.ReleaseClearedNames();
+    nameTableGeneration = generation;
+}
+
+void UXmlReader::Parser::AddAgain(Names& parts)
+{
+    for (const UString** part : {&parts.prefix, &parts.localName, &parts.uri, &parts.name})
+        *part = &Atomize((*part)->GetBuffer(), (*part)->GetLength());
 }
 
 void UXmlReader::Parser::AddSpecialNames()
@@ -602,16 +622,14 @@ void UXmlReader::Parser::OnEndElement(const XML_Char* pszName)
     // Kept: white-space-only text is dropped; other text is delivered before the end tag
     // (pinned by XmlReaderTest.NodeSequences).
     ProcessBufferedText();
-    // expat has matched the end tag with its start tag: the names are the scope's, unless the
-    // caller cleared the name table since.
-    if (!scopes.empty() && scopes.size() > staleScopes)
+    // expat has matched the end tag with its start tag: the names are the scope's.
+    if (!scopes.empty())
+    {
         names = scopes.back().names;
+        scopes.pop_back();
+    }
     else
         names = ParseTriplet(pszName);
-    if (!scopes.empty())
-        scopes.pop_back();
-    if (staleScopes > scopes.size())
-        staleScopes = scopes.size();
     if (depth > 0)
         --depth;
     nodeType = eXmlNodeType_EndElement;
