@@ -1,3 +1,5 @@
+#include "Support/Thrown.h"
+
 #include <Oskal/Lib/Collections/UChunkQueue.h>
 #include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UShuttingDownException.h>
@@ -21,7 +23,8 @@ using Oskal::Lib::Exceptions::UArgumentException;
 using Oskal::Lib::Exceptions::UShuttingDownException;
 using Oskal::Lib::Exceptions::UTimeoutException;
 
-namespace {
+namespace
+{
 
 const unsigned long kNoLimit = 0xFFFFFFFF;
 
@@ -97,6 +100,15 @@ TEST(UChunkQueue, TooSmallBufferLeavesTheChunkQueued)
     ASSERT_EQ(10u, queue.Dequeue(buffer, 10, 0, 0));
     EXPECT_EQ(0, std::memcmp(Pattern(10, 9).data(), buffer, 10));
     EXPECT_EQ(Pattern(3, 10), Dequeue(queue, 0));
+}
+
+// A ring whose size is not a multiple of 4 would take a header across its end.
+TEST(UChunkQueue, RingSizeMustHoldAlignedHeaders)
+{
+    ShutdownEvent shutdown;
+    for (unsigned long ulSize : {0UL, 4UL, 6UL, 10UL, 30UL})
+        OskalTests::ExpectArgumentError([&] { UChunkQueue queue(ulSize, shutdown.Get()); }, L"ulBufferSize",
+                                        L"Buffer size must be a multiple of 4 and at least 8.");
 }
 
 TEST(UChunkQueue, TimeoutsAndShutdownWhenNotWaiting)
@@ -231,7 +243,8 @@ TEST(UChunkQueue, AssignmentSharesTheResources)
     EXPECT_EQ(Pattern(6, 1), Dequeue(*copy, 0));
 }
 
-namespace {
+namespace
+{
 
 // Chunk number ulSequence of producer byProducer: byte 0 is the producer, bytes 1 to 4 the sequence
 // number (as far as the chunk is long enough), the rest a pattern of both.
