@@ -102,13 +102,20 @@ TEST(UChunkQueue, TooSmallBufferLeavesTheChunkQueued)
     EXPECT_EQ(Pattern(3, 10), Dequeue(queue, 0));
 }
 
-// A ring whose size is not a multiple of 4 would take a header across its end.
-TEST(UChunkQueue, RingSizeMustHoldAlignedHeaders)
+// A ring whose size is not a multiple of 4 would take a header across its end; a null buffer
+// with a length would be copied from or into.
+TEST(UChunkQueue, BadArgumentsAreRefused)
 {
     ShutdownEvent shutdown;
     for (unsigned long ulSize : {0UL, 4UL, 6UL, 10UL, 30UL})
         OskalTests::ExpectArgumentError([&] { UChunkQueue queue(ulSize, shutdown.Get()); }, L"ulBufferSize",
                                         L"Buffer size must be a multiple of 4 and at least 8.");
+    UChunkQueue queue(16, shutdown.Get());
+    OskalTests::ExpectArgumentError([&] { queue.Enqueue(nullptr, 4, 0, 0); }, L"pvData",
+                                    L"Argument 'pvData' must not be NULL.");
+    Enqueue(queue, Pattern(4, 1), 0);
+    OskalTests::ExpectArgumentError([&] { queue.Dequeue(nullptr, 4, 0, 0); }, L"pbyBuffer",
+                                    L"Argument 'pbyBuffer' must not be NULL.");
 }
 
 TEST(UChunkQueue, TimeoutsAndShutdownWhenNotWaiting)

@@ -1,5 +1,6 @@
 #include <Oskal/Lib/Collections/UChunkQueue.h>
 
+#include <Oskal/Lib/Internal/ArgumentChecks.h>
 #include <Oskal/Lib/Memory.h>
 #include <Oskal/Lib/Threading/UCriticalSectionAutoLock.h>
 #include <Oskal/Lib/UArgumentException.h>
@@ -128,6 +129,7 @@ void UChunkQueue::Enqueue(void* pvData, unsigned long ulLength, unsigned long ul
 {
     if (ulLength == 0)
         return;
+    Internal::ThrowIfNull(pvData, L"pvData");
 
     DWORD dwStart = GetTickCount();
     DWORD dwResult = WaitForSingleObject(m_hWriterTurn, ulTimeout);
@@ -210,6 +212,7 @@ unsigned long UChunkQueue::Dequeue(unsigned char* pbyBuffer, unsigned long ulBuf
 {
     if (ulBufferSize == 0)
         return 0;
+    Internal::ThrowIfNull(pbyBuffer, L"pbyBuffer");
 
     DWORD dwResult = WaitForEventOrShutdown(m_hShutdownEvent, m_hDataAvailable, ulTimeout, iIgnoreShutdown);
     if (dwResult == WAIT_OBJECT_0)
