@@ -17,6 +17,7 @@
 #include <windows.h>
 
 #include <cstring>
+#include <new>
 
 using namespace Oskal::Lib;
 using namespace Oskal::Lib::IO;
@@ -49,7 +50,30 @@ Bytes Ascii(const char* text)
     return Bytes(text, text + std::strlen(text));
 }
 
+// An encoding whose encoders and decoders cannot be made, as when memory runs out.
+struct FailingEncoding : Text::UEncoding
+{
+    FailingEncoding() : Text::UEncoding(0) {}
+    const wchar_t* GetName() const override { return L"failing"; }
+    Text::UEncoder* CreateEncoder() override { throw std::bad_alloc(); }
+    Text::UDecoder* CreateDecoder() override { throw std::bad_alloc(); }
+    long DecodeCodePoint(const unsigned char*, unsigned long, unsigned long*) const override { return -1; }
+    long EncodeCodePoint(unsigned long, unsigned char*, unsigned long) const override { return -1; }
+    long GetByteCountFromCodePoint(unsigned long) const override { return -1; }
+};
+
 } // namespace
+
+// A reader or writer that cannot be made keeps no reference to its encoding.
+TEST(StreamText, FailedConstructionKeepsNoReference)
+{
+    MemoryStream stream;
+    FailingEncoding* encoding = new FailingEncoding();
+    EXPECT_THROW(UStreamReader(&stream, encoding), std::bad_alloc);
+    EXPECT_THROW(UStreamWriter(&stream, encoding), std::bad_alloc);
+    EXPECT_EQ(1u, encoding->GetRefCount());
+    encoding->Release();
+}
 
 TEST(StreamText, ReadLineRules)
 {
@@ -145,4 +169,3 @@ TEST(StreamText, WriterFormats)
                   w.Write(L"y");
               }));
 }
-

@@ -1,5 +1,6 @@
 #include <Oskal/Lib/IO/UStreamReader.h>
 
+#include <Oskal/Lib/Internal/ReleasePtr.h>
 #include <Oskal/Lib/Memory.h>
 #include <Oskal/Lib/Text/UUTF8Encoding.h>
 #include <Oskal/Lib/UStringBuilder.h>
@@ -90,7 +91,10 @@ UStreamReader::UStreamReader(UStream* pStream)
     : m_bClosed(0), m_pStream(pStream), m_pEncoding(Text::UUTF8Encoding::Create()), m_pDecoder(nullptr),
       m_pwcHeld(nullptr), m_ulHeldCapacity(0), m_ulHeldCount(0), m_ulHeldNext(0)
 {
+    // A failure here must not keep the encoding: the destructor does not run.
+    Internal::ReleasePtr<Text::UEncoding> held(m_pEncoding);
     m_pDecoder = m_pEncoding->CreateDecoder();
+    held.Detach();
 }
 
 UStreamReader::UStreamReader(UStream* pStream, Text::UEncoding* pEncoding)
@@ -98,7 +102,9 @@ UStreamReader::UStreamReader(UStream* pStream, Text::UEncoding* pEncoding)
       m_ulHeldCapacity(0), m_ulHeldCount(0), m_ulHeldNext(0)
 {
     m_pEncoding->AddRef();
+    Internal::ReleasePtr<Text::UEncoding> held(m_pEncoding);
     m_pDecoder = m_pEncoding->CreateDecoder();
+    held.Detach();
 }
 
 UStreamReader::~UStreamReader()
