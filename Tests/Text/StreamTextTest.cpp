@@ -4,6 +4,7 @@
 #include "TextTestSupport.h"
 
 #include "Support/MemoryStream.h"
+#include "Support/Thrown.h"
 
 #include <Oskal/Lib/IO/UFileStream.h>
 #include <Oskal/Lib/IO/UStreamReader.h>
@@ -64,10 +65,17 @@ struct FailingEncoding : Text::UEncoding
 
 } // namespace
 
-// A reader or writer that cannot be made keeps no reference to its encoding.
-TEST(StreamText, FailedConstructionKeepsNoReference)
+// Null arguments are refused, and a reader or writer that cannot be made keeps no reference to
+// its encoding.
+TEST(StreamText, BadArgumentsAndFailedConstruction)
 {
     MemoryStream stream;
+    const wchar_t* kEncodingNull = L"Argument 'pEncoding' must not be NULL.";
+    OskalTests::ExpectArgumentError([&] { UStreamReader reader(&stream, nullptr); }, L"pEncoding", kEncodingNull);
+    OskalTests::ExpectArgumentError([&] { UStreamWriter writer(&stream, nullptr); }, L"pEncoding", kEncodingNull);
+    UStreamReader reader(&stream);
+    OskalTests::ExpectArgumentError([&] { reader.Read(nullptr, 1); }, L"pwcBuffer",
+                                    L"Argument 'pwcBuffer' must not be NULL.");
     FailingEncoding* encoding = new FailingEncoding();
     EXPECT_THROW(UStreamReader(&stream, encoding), std::bad_alloc);
     EXPECT_THROW(UStreamWriter(&stream, encoding), std::bad_alloc);

@@ -1,5 +1,6 @@
 #include <Oskal/Lib/IO/UStreamReader.h>
 
+#include <Oskal/Lib/Internal/ArgumentChecks.h>
 #include <Oskal/Lib/Internal/ReleasePtr.h>
 #include <Oskal/Lib/Memory.h>
 #include <Oskal/Lib/Text/UUTF8Encoding.h>
@@ -101,6 +102,7 @@ UStreamReader::UStreamReader(UStream* pStream, Text::UEncoding* pEncoding)
     : m_bClosed(0), m_pStream(pStream), m_pEncoding(pEncoding), m_pDecoder(nullptr), m_pwcHeld(nullptr),
       m_ulHeldCapacity(0), m_ulHeldCount(0), m_ulHeldNext(0)
 {
+    Internal::ThrowIfNull(pEncoding, L"pEncoding");
     m_pEncoding->AddRef();
     Internal::ReleasePtr<Text::UEncoding> held(m_pEncoding);
     m_pDecoder = m_pEncoding->CreateDecoder();
@@ -190,6 +192,8 @@ long UStreamReader::Read()
 
 unsigned long UStreamReader::Read(wchar_t* pwcBuffer, unsigned long ulCount)
 {
+    if (ulCount != 0)
+        Internal::ThrowIfNull(pwcBuffer, L"pwcBuffer");
     unsigned long stored = 0;
     while (stored < ulCount)
     {
