@@ -65,17 +65,16 @@ struct FailingEncoding : Text::UEncoding
 
 } // namespace
 
-// Null arguments are refused, and a reader or writer that cannot be made keeps no reference to
-// its encoding.
+// Null arguments are refused; a reader or writer that cannot be made keeps no encoding reference.
 TEST(StreamText, BadArgumentsAndFailedConstruction)
 {
     MemoryStream stream;
-    const wchar_t* kEncodingNull = L"Argument 'pEncoding' must not be NULL.";
-    OskalTests::ExpectArgumentError([&] { UStreamReader reader(&stream, nullptr); }, L"pEncoding", kEncodingNull);
-    OskalTests::ExpectArgumentError([&] { UStreamWriter writer(&stream, nullptr); }, L"pEncoding", kEncodingNull);
+    const wchar_t* kNull = L"pEncoding|Argument 'pEncoding' must not be NULL.";
+    EXPECT_EQ(kNull, OskalTests::Thrown([&] { UStreamReader reader(&stream, nullptr); }));
+    EXPECT_EQ(kNull, OskalTests::Thrown([&] { UStreamWriter writer(&stream, nullptr); }));
     UStreamReader reader(&stream);
-    OskalTests::ExpectArgumentError([&] { reader.Read(nullptr, 1); }, L"pwcBuffer",
-                                    L"Argument 'pwcBuffer' must not be NULL.");
+    EXPECT_EQ(L"pwcBuffer|Argument 'pwcBuffer' must not be NULL.",
+              OskalTests::Thrown([&] { reader.Read(nullptr, 1); }));
     FailingEncoding* encoding = new FailingEncoding();
     EXPECT_THROW(UStreamReader(&stream, encoding), std::bad_alloc);
     EXPECT_THROW(UStreamWriter(&stream, encoding), std::bad_alloc);
