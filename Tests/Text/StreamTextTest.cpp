@@ -82,6 +82,24 @@ TEST(StreamText, BadArgumentsAndFailedConstruction)
     encoding->Release();
 }
 
+// The decoder keeps the fallback it was made with, so its room must not follow a shorter one
+// that the encoding was given later.
+TEST(StreamText, RoomFollowsTheDecodersOwnFallback)
+{
+    Text::UUTF8Encoding* encoding = Text::UUTF8Encoding::Create();
+    Text::UDecoderFallback* fallbacks[] = {Text::UDecoderReplacementFallback::Create(L"[surrogate]"),
+                                           Text::UDecoderReplacementFallback::Create(L"?")};
+    encoding->SetDecoderFallback(fallbacks[0]);
+    MemoryStream bytes(ToBytes({0xED, 0xA0, 0x80})), block(ToBytes({0xED, 0xA0, 0x80}));
+    UStreamReader byteReader(&bytes, encoding), blockReader(&block, encoding);
+    encoding->SetDecoderFallback(fallbacks[1]);
+    EXPECT_EQ(L'[', byteReader.Read());
+    EXPECT_EQ(L"[surrogate]", AsText(blockReader.ReadToEnd()));
+    encoding->Release();
+    fallbacks[0]->Release();
+    fallbacks[1]->Release();
+}
+
 TEST(StreamText, ReadLineRules)
 {
     MemoryStream stream(Ascii("a\r\nb"));

@@ -72,6 +72,14 @@ public:
     }
 };
 
+// The most units the decoder writes for ulBytes bytes, by its own fallback: the encoding's may
+// have been replaced by a shorter one since the decoder was made.
+unsigned long MaxCharCount(Text::UDecoder* pDecoder, unsigned long ulBytes)
+{
+    const unsigned long product = ulBytes * pDecoder->GetFallback()->GetMaxCharCount();
+    return ulBytes > product ? ulBytes : product;
+}
+
 // Fills the block unless the stream ends first, so a short block always means the end.
 unsigned long ReadBlock(UStream* pStream, unsigned char* pbyBlock, unsigned long ulSize)
 {
@@ -146,7 +154,7 @@ bool UStreamReader::DecodeNextByte()
     const unsigned char byte = static_cast<unsigned char>(value);
     // Room for all that one byte can release: the bytes the decoder still holds, each turned
     // into fallback text, and the byte itself.
-    const unsigned long room = m_pEncoding->GetMaxCharCount(kMaxHeldBytes + 1) + 2;
+    const unsigned long room = MaxCharCount(m_pDecoder, kMaxHeldBytes + 1) + 2;
     if (m_ulHeldCapacity < room)
     {
         wchar_t* grown = static_cast<wchar_t*>(Alloc(room * sizeof(wchar_t)));
@@ -275,7 +283,7 @@ UString UStreamReader::ReadBlocks(unsigned long ulByteLimit, unsigned long ulBlo
             do
             {
                 // Enough room for the rest of the block even if every value needs the fallback.
-                text.Reserve(m_pEncoding->GetMaxCharCount(got - at) + 2);
+                text.Reserve(MaxCharCount(m_pDecoder, got - at) + 2);
                 unsigned long bytesUsed = 0, charsUsed = 0;
                 m_pDecoder->Convert(block + at, got - at, text.Reserve(0), text.Room(), last, &bytesUsed, &charsUsed,
                                     &completed);
