@@ -1,5 +1,6 @@
+#include "Support/Thrown.h"
+
 #include <Oskal/Lib/Collections/UChunkQueue.h>
-#include <Oskal/Lib/UArgumentException.h>
 #include <Oskal/Lib/UShuttingDownException.h>
 #include <Oskal/Lib/UTimeoutException.h>
 
@@ -17,11 +18,11 @@
 #include <vector>
 
 using Oskal::Lib::Collections::UChunkQueue;
-using Oskal::Lib::Exceptions::UArgumentException;
 using Oskal::Lib::Exceptions::UShuttingDownException;
 using Oskal::Lib::Exceptions::UTimeoutException;
 
-namespace {
+namespace
+{
 
 const unsigned long kNoLimit = 0xFFFFFFFF;
 
@@ -76,23 +77,24 @@ unsigned long Footprint(unsigned long ulLength)
 
 } // namespace
 
-TEST(UChunkQueue, TooSmallBufferLeavesTheChunkQueued)
+// Bad arguments change nothing: a ring size that would take a header across the ring's end,
+// null pointers, a buffer too small for the next chunk.
+TEST(UChunkQueue, BadArgumentsLeaveTheChunksQueued)
 {
+    using OskalTests::ExpectArgumentError;
     ShutdownEvent shutdown;
+    for (unsigned long ulSize : {0UL, 4UL, 6UL, 10UL, 30UL})
+        ExpectArgumentError([&] { UChunkQueue bad(ulSize, shutdown.Get()); }, L"ulBufferSize",
+                            L"Buffer size must be a multiple of 4 and at least 8.");
     UChunkQueue queue(64, shutdown.Get());
+    ExpectArgumentError([&] { queue.Enqueue(nullptr, 4, 0, 0); }, L"pvData", L"Argument 'pvData' must not be NULL.");
     Enqueue(queue, Pattern(10, 9), 0);
     Enqueue(queue, Pattern(3, 10), 0);
     unsigned char buffer[16];
-    try
-    {
-        queue.Dequeue(buffer, 9, 0, 0);
-        FAIL() << "no exception";
-    }
-    catch (const UArgumentException& e)
-    {
-        EXPECT_STREQ(L"ulBufferSize", e.GetName());
-        EXPECT_STREQ(L"Buffer is too small to hold the chunk.", e.GetMessageText());
-    }
+    ExpectArgumentError([&] { queue.Dequeue(nullptr, 9, 0, 0); }, L"pbyBuffer",
+                        L"Argument 'pbyBuffer' must not be NULL.");
+    ExpectArgumentError([&] { queue.Dequeue(buffer, 9, 0, 0); }, L"ulBufferSize",
+                        L"Buffer is too small to hold the chunk.");
     EXPECT_EQ((Footprint(10) + Footprint(3)) * 1000 / 64, queue.GetFillingLevel());
     ASSERT_EQ(10u, queue.Dequeue(buffer, 10, 0, 0));
     EXPECT_EQ(0, std::memcmp(Pattern(10, 9).data(), buffer, 10));
@@ -231,7 +233,8 @@ TEST(UChunkQueue, AssignmentSharesTheResources)
     EXPECT_EQ(Pattern(6, 1), Dequeue(*copy, 0));
 }
 
-namespace {
+namespace
+{
 
 // Chunk number ulSequence of producer byProducer: byte 0 is the producer, bytes 1 to 4 the sequence
 // number (as far as the chunk is long enough), the rest a pattern of both.

@@ -4,6 +4,7 @@
 #include "TextTestSupport.h"
 
 #include "Support/MemoryStream.h"
+#include "Support/Thrown.h"
 
 #include <Oskal/Lib/IO/UFileStream.h>
 #include <Oskal/Lib/IO/UStreamReader.h>
@@ -17,6 +18,7 @@
 #include <windows.h>
 
 #include <cstring>
+#include <new>
 
 using namespace Oskal::Lib;
 using namespace Oskal::Lib::IO;
@@ -49,7 +51,54 @@ Bytes Ascii(const char* text)
     return Bytes(text, text + std::strlen(text));
 }
 
+// An encoding whose encoders and decoders cannot be made, as when memory runs out.
+struct FailingEncoding : Text::UEncoding
+{
+    FailingEncoding() : Text::UEncoding(0) {}
+    const wchar_t* GetName() const override { return L"failing"; }
+    Text::UEncoder* CreateEncoder() override { throw std::bad_alloc(); }
+    Text::UDecoder* CreateDecoder() override { throw std::bad_alloc(); }
+    long DecodeCodePoint(const unsigned char*, unsigned long, unsigned long*) const override { return -1; }
+    long EncodeCodePoint(unsigned long, unsigned char*, unsigned long) const override { return -1; }
+    long GetByteCountFromCodePoint(unsigned long) const override { return -1; }
+};
+
 } // namespace
+
+// Null arguments are refused; a reader or writer that cannot be made keeps no encoding reference.
+TEST(StreamText, BadArgumentsAndFailedConstruction)
+{
+    MemoryStream stream;
+    const wchar_t* kNull = L"pEncoding|Argument 'pEncoding' must not be NULL.";
+    EXPECT_EQ(kNull, OskalTests::Thrown([&] { UStreamReader reader(&stream, nullptr); }));
+    EXPECT_EQ(kNull, OskalTests::Thrown([&] { UStreamWriter writer(&stream, nullptr); }));
+    UStreamReader reader(&stream);
+    EXPECT_EQ(L"pwcBuffer|Argument 'pwcBuffer' must not be NULL.",
+              OskalTests::Thrown([&] { reader.Read(nullptr, 1); }));
+    FailingEncoding* encoding = new FailingEncoding();
+    EXPECT_THROW(UStreamReader(&stream, encoding), std::bad_alloc);
+    EXPECT_THROW(UStreamWriter(&stream, encoding), std::bad_alloc);
+    EXPECT_EQ(1u, encoding->GetRefCount());
+    encoding->Release();
+}
+
+// The decoder keeps the fallback it was made with, so its room must not follow a shorter one
+// that the encoding was given later.
+TEST(StreamText, RoomFollowsTheDecodersOwnFallback)
+{
+    Text::UUTF8Encoding* encoding = Text::UUTF8Encoding::Create();
+    Text::UDecoderFallback* fallbacks[] = {Text::UDecoderReplacementFallback::Create(L"[surrogate]"),
+                                           Text::UDecoderReplacementFallback::Create(L"?")};
+    encoding->SetDecoderFallback(fallbacks[0]);
+    MemoryStream bytes(ToBytes({0xED, 0xA0, 0x80})), block(ToBytes({0xED, 0xA0, 0x80}));
+    UStreamReader byteReader(&bytes, encoding), blockReader(&block, encoding);
+    encoding->SetDecoderFallback(fallbacks[1]);
+    EXPECT_EQ(L'[', byteReader.Read());
+    EXPECT_EQ(L"[surrogate]", AsText(blockReader.ReadToEnd()));
+    encoding->Release();
+    fallbacks[0]->Release();
+    fallbacks[1]->Release();
+}
 
 TEST(StreamText, ReadLineRules)
 {
@@ -145,4 +194,3 @@ TEST(StreamText, WriterFormats)
                   w.Write(L"y");
               }));
 }
-

@@ -1,5 +1,6 @@
 #include <Oskal/Lib/Collections/UChunkQueue.h>
 
+#include <Oskal/Lib/Internal/ArgumentChecks.h>
 #include <Oskal/Lib/Memory.h>
 #include <Oskal/Lib/Threading/UCriticalSectionAutoLock.h>
 #include <Oskal/Lib/UArgumentException.h>
@@ -10,11 +11,17 @@
 #include <cstring>
 #include <initializer_list>
 
-namespace Oskal { namespace Lib { namespace Collections {
+namespace Oskal
+{
+namespace Lib
+{
+namespace Collections
+{
 
 using namespace Exceptions;
 
-namespace {
+namespace
+{
 
 HANDLE CreateQueueEvent(BOOL bManualReset, BOOL bInitialState)
 {
@@ -65,6 +72,9 @@ UChunkQueue::UChunkQueue(unsigned long ulBufferSize, void* hShutdownEvent)
       m_hSpaceChanged(nullptr), m_pbyRing(nullptr), m_ulRingSize(ulBufferSize), m_ulUsed(0), m_ulReadPosition(0),
       m_ulWritePosition(0)
 {
+    // Headers sit at multiples of 4 and must never wrap: any other size writes past the ring.
+    if (ulBufferSize < 8 || ulBufferSize % 4 != 0)
+        throw UArgumentException(L"ulBufferSize", L"Buffer size must be a multiple of 4 and at least 8.");
     try
     {
         m_hWriterTurn = CreateQueueEvent(FALSE, TRUE);
@@ -119,6 +129,7 @@ void UChunkQueue::Enqueue(void* pvData, unsigned long ulLength, unsigned long ul
 {
     if (ulLength == 0)
         return;
+    Internal::ThrowIfNull(pvData, L"pvData");
 
     DWORD dwStart = GetTickCount();
     DWORD dwResult = WaitForSingleObject(m_hWriterTurn, ulTimeout);
@@ -166,8 +177,7 @@ void UChunkQueue::Enqueue(void* pvData, unsigned long ulLength, unsigned long ul
             m_ulWritePosition = (m_ulWritePosition + 4) % m_ulRingSize;
             m_ulUsed += 4;
 
-            CopyToRing(m_pbyRing, m_ulRingSize, m_ulWritePosition, static_cast<const unsigned char*>(pvData),
-                       ulLength);
+            CopyToRing(m_pbyRing, m_ulRingSize, m_ulWritePosition, static_cast<const unsigned char*>(pvData), ulLength);
             m_ulWritePosition = (m_ulWritePosition + ulLength) % m_ulRingSize;
             m_ulUsed += ulLength;
 
@@ -202,6 +212,7 @@ unsigned long UChunkQueue::Dequeue(unsigned char* pbyBuffer, unsigned long ulBuf
 {
     if (ulBufferSize == 0)
         return 0;
+    Internal::ThrowIfNull(pbyBuffer, L"pbyBuffer");
 
     DWORD dwResult = WaitForEventOrShutdown(m_hShutdownEvent, m_hDataAvailable, ulTimeout, iIgnoreShutdown);
     if (dwResult == WAIT_OBJECT_0)
@@ -257,4 +268,6 @@ void* UChunkQueue::GetSpaceAvailableEvent() const
     return m_hSpaceAvailable;
 }
 
-}}} // namespace Oskal::Lib::Collections
+} // namespace Collections
+} // namespace Lib
+} // namespace Oskal

@@ -1,5 +1,7 @@
 #include <Oskal/Lib/IO/UStreamReader.h>
 
+#include <Oskal/Lib/Internal/ArgumentChecks.h>
+#include <Oskal/Lib/Internal/ReleasePtr.h>
 #include <Oskal/Lib/Memory.h>
 #include <Oskal/Lib/Text/UUTF8Encoding.h>
 #include <Oskal/Lib/UStringBuilder.h>
@@ -70,6 +72,14 @@ public:
     }
 };
 
+// The most units the decoder writes for ulBytes bytes, by its own fallback: the encoding's may
+// have been replaced by a shorter one since the decoder was made.
+unsigned long MaxCharCount(Text::UDecoder* pDecoder, unsigned long ulBytes)
+{
+    const unsigned long product = ulBytes * pDecoder->GetFallback()->GetMaxCharCount();
+    return ulBytes > product ? ulBytes : product;
+}
+
 // Fills the block unless the stream ends first, so a short block always means the end.
 unsigned long ReadBlock(UStream* pStream, unsigned char* pbyBlock, unsigned long ulSize)
 {
@@ -90,15 +100,21 @@ UStreamReader::UStreamReader(UStream* pStream)
     : m_bClosed(0), m_pStream(pStream), m_pEncoding(Text::UUTF8Encoding::Create()), m_pDecoder(nullptr),
       m_pwcHeld(nullptr), m_ulHeldCapacity(0), m_ulHeldCount(0), m_ulHeldNext(0)
 {
+    // A failure here must not keep the encoding: the destructor does not run.
+    Internal::ReleasePtr<Text::UEncoding> held(m_pEncoding);
     m_pDecoder = m_pEncoding->CreateDecoder();
+    held.Detach();
 }
 
 UStreamReader::UStreamReader(UStream* pStream, Text::UEncoding* pEncoding)
     : m_bClosed(0), m_pStream(pStream), m_pEncoding(pEncoding), m_pDecoder(nullptr), m_pwcHeld(nullptr),
       m_ulHeldCapacity(0), m_ulHeldCount(0), m_ulHeldNext(0)
 {
+    Internal::ThrowIfNull(pEncoding, L"pEncoding");
     m_pEncoding->AddRef();
+    Internal::ReleasePtr<Text::UEncoding> held(m_pEncoding);
     m_pDecoder = m_pEncoding->CreateDecoder();
+    held.Detach();
 }
 
 UStreamReader::~UStreamReader()
@@ -138,7 +154,7 @@ bool UStreamReader::DecodeNextByte()
     const unsigned char byte = static_cast<unsigned char>(value);
     // Room for all that one byte can release: the bytes the decoder still holds, each turned
     // into fallback text, and the byte itself.
-    const unsigned long room = m_pEncoding->GetMaxCharCount(kMaxHeldBytes + 1) + 2;
+    const unsigned long room = MaxCharCount(m_pDecoder, kMaxHeldBytes + 1) + 2;
     if (m_ulHeldCapacity < room)
     {
         wchar_t* grown = static_cast<wchar_t*>(Alloc(room * sizeof(wchar_t)));
@@ -184,6 +200,8 @@ long UStreamReader::Read()
 
 unsigned long UStreamReader::Read(wchar_t* pwcBuffer, unsigned long ulCount)
 {
+    if (ulCount != 0)
+        Internal::ThrowIfNull(pwcBuffer, L"pwcBuffer");
     unsigned long stored = 0;
     while (stored < ulCount)
     {
@@ -265,7 +283,7 @@ UString UStreamReader::ReadBlocks(unsigned long ulByteLimit, unsigned long ulBlo
             do
             {
                 // Enough room for the rest of the block even if every value needs the fallback.
-                text.Reserve(m_pEncoding->GetMaxCharCount(got - at) + 2);
+                text.Reserve(MaxCharCount(m_pDecoder, got - at) + 2);
                 unsigned long bytesUsed = 0, charsUsed = 0;
                 m_pDecoder->Convert(block + at, got - at, text.Reserve(0), text.Room(), last, &bytesUsed, &charsUsed,
                                     &completed);

@@ -1,5 +1,7 @@
 #include <Oskal/Lib/IO/UStreamWriter.h>
 
+#include <Oskal/Lib/Internal/ArgumentChecks.h>
+#include <Oskal/Lib/Internal/ReleasePtr.h>
 #include <Oskal/Lib/Text/UUTF8Encoding.h>
 #include <Oskal/Lib/UInvalidOperationException.h>
 
@@ -26,14 +28,20 @@ UStreamWriter::UStreamWriter(UStream* pStream)
     : m_bClosed(0), m_pStream(pStream), m_pEncoding(Text::UUTF8Encoding::Create()), m_pEncoder(nullptr),
       m_newLine(L"\r\n")
 {
+    // A failure here must not keep the encoding: the destructor does not run.
+    Internal::ReleasePtr<Text::UEncoding> held(m_pEncoding);
     m_pEncoder = m_pEncoding->CreateEncoder();
+    held.Detach();
 }
 
 UStreamWriter::UStreamWriter(UStream* pStream, Text::UEncoding* pEncoding)
     : m_bClosed(0), m_pStream(pStream), m_pEncoding(pEncoding), m_pEncoder(nullptr), m_newLine(L"\r\n")
 {
+    Internal::ThrowIfNull(pEncoding, L"pEncoding");
     m_pEncoding->AddRef();
+    Internal::ReleasePtr<Text::UEncoding> held(m_pEncoding);
     m_pEncoder = m_pEncoding->CreateEncoder();
+    held.Detach();
 }
 
 UStreamWriter::~UStreamWriter()

@@ -33,6 +33,10 @@ public:
                          unsigned long* pulCharsUsed, int* pbCompleted);
     virtual void Reset();
 
+    // The fallback taken from the encoding when the decoder was made; the encoding's own may
+    // have been replaced since.
+    UDecoderFallback* GetFallback() const { return m_pFallback; }
+
 protected:
     explicit UDecoder(UEncoding* pEncoding);
     ~UDecoder() override;

@@ -55,8 +55,10 @@ unsigned long MaxUnitsPerByte(UDecoderFallback* pFallback)
 UEncoding::UEncoding(int bThrowOnInvalid)
     : m_bThrowOnInvalid(bThrowOnInvalid), m_pEncoderFallback(nullptr), m_pDecoderFallback(nullptr)
 {
-    m_pEncoderFallback = UEncoderReplacementFallback::Create();
+    // The destructor does not run when the second one cannot be made.
+    Internal::ReleasePtr<UEncoderFallback> encoderFallback(UEncoderReplacementFallback::Create());
     m_pDecoderFallback = UDecoderReplacementFallback::Create();
+    m_pEncoderFallback = encoderFallback.Detach();
 }
 
 UEncoding::~UEncoding()

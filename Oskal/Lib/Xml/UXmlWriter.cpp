@@ -1,6 +1,7 @@
 #include <Oskal/Lib/Xml/UXmlWriter.h>
 
 #include <Oskal/Lib/Internal/ArgumentChecks.h>
+#include <Oskal/Lib/Internal/ReleasePtr.h>
 #include <Oskal/Lib/Internal/WideBuffer.h>
 #include <Oskal/Lib/Text/UUTF8Encoding.h>
 #include <Oskal/Lib/UArgumentException.h>
@@ -349,11 +350,12 @@ public:
     }
 };
 
+// The temporary holder gives back the reference of the encoding made here once the base has
+// taken its own, or when the base fails.
 UXmlWriter::UXmlWriter(IO::UStream* pStream)
-    : IO::UStreamWriter(pStream, Text::UUTF8Encoding::Create(1, 1)), m_pElements(nullptr)
+    : IO::UStreamWriter(pStream, Internal::ReleasePtr<Text::UEncoding>(Text::UUTF8Encoding::Create(1, 1)).Get()),
+      m_pElements(nullptr)
 {
-    // The base took its own reference of the encoding made above.
-    IO::UStreamWriter::GetEncoding()->Release();
     Init();
 }
 
