@@ -4,15 +4,18 @@
 
 #include "Support/ChildProcess.h"
 
+#include <Oskal/Lib/Ipc/USharedMemory.h>
 #include <Oskal/Lib/UInvalidOperationException.h>
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <random>
 
 using namespace QueueTests;
 using Oskal::Lib::Exceptions::UException;
 using Oskal::Lib::Exceptions::UInvalidOperationException;
+using Oskal::Lib::Ipc::USharedMemory;
 
 namespace
 {
@@ -108,6 +111,26 @@ TEST(QueueHostile, RandomScribbler)
                 Step(queue, held, random());
         }
     }
+}
+
+// A creator may raise a semaphore of any maximum without writing a block: a read then ends
+// instead of taking count after count.
+TEST(QueueHostile, CountsWithoutBlocks)
+{
+    OSKAL_RUN_IN_CHILD(60000);
+    const std::wstring name = UniqueName();
+    USharedMemory region;
+    region.Create(name.c_str(), 4096);
+    const unsigned long aulHeader[] = {0, 1, 0, 64, kNone, kNone, kNone, kNone, 0};
+    std::memcpy(region.GetBuffer(), aulHeader, sizeof(aulHeader));
+    HANDLE ahObjects[] = {CreateMutexW(nullptr, FALSE, (name + L" - QPM").c_str()),
+                          CreateSemaphoreW(nullptr, 0x7FFFFFFF, 0x7FFFFFFF, (name + L" - UBAS").c_str()),
+                          CreateEventW(nullptr, TRUE, TRUE, (name + L" - DAE").c_str())};
+    USharedMemoryQueue queue(0);
+    queue.Open(name.c_str());
+    EXPECT_EQ(nullptr, queue.BeginReading(nullptr, nullptr, 0));
+    for (HANDLE hObject : ahObjects)
+        CloseHandle(hObject);
 }
 
 } // namespace

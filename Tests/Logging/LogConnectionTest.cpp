@@ -187,6 +187,23 @@ TEST(LogConnection, EntriesOfManyWritersArriveIntactAndInOrder)
     EXPECT_EQ(0u, server.server->GetConnectionCount());
 }
 
+// A process registered again (by itself or by another process) keeps its one connection: each
+// more would map its queue once more and take some of its blocks.
+TEST(LogConnection, RegisteringAgainKeepsOneConnection)
+{
+    OSKAL_RUN_IN_CHILD(60000);
+    Server server;
+    ASSERT_EQ(1, server.started);
+    wchar_t name[64];
+    ULogBridge::FormatQueueName(GetCurrentProcessId(), name);
+    Oskal::Lib::Ipc::USharedMemoryQueue queue(1);
+    queue.Create(name, ULogBridge::LogEntryBlockSize, ULogBridge::NumberOfBlocks, 0);
+    HWND window = FindWindowW(ULogBridge::ServerWindowClassName, nullptr);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(1, SendMessageW(window, ULogBridge::WM_USER_REGISTER_LOG_SOURCE, GetCurrentProcessId(), 0));
+    EXPECT_EQ(1u, server.server->GetConnectionCount());
+}
+
 // Overflow: a flooding writer loses entries, but every entry that arrives is whole and in
 // order, and what arrives plus the lost counts never exceeds what was written. (A loss is
 // charged to the oldest entry still queued, which may come before the lost one; and losses the

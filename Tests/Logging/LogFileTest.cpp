@@ -90,8 +90,10 @@ TEST(LogFile, OpenOfAPathKeepsItsTextAndWritesUtf8Lines)
     EXPECT_EQ(1, ULogFileProbe::GetOldestAndNewestRecord(file, &oldest, &newest));
     EXPECT_EQ(7u, oldest);
     EXPECT_EQ(9u, newest);
+    // Lines go after the text already there, also after the placeholder has sought to the start.
+    ASSERT_EQ(1, file.WriteLine(L"more"));
     file.Close();
-    EXPECT_EQ("caf\xc3\xa9\r\n", OskalTests::ReadFileText(temp.Path()));
+    EXPECT_EQ("caf\xc3\xa9\r\nmore\r\n", OskalTests::ReadFileText(temp.Path()));
     EXPECT_EQ(0, file.Open(nullptr, 0));
 }
 

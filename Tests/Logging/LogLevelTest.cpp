@@ -51,6 +51,7 @@ TEST(LogLevel, NewNamesTakeTheNextIdAndAreMadeOnce)
     EXPECT_EQ(first, ULogLevel::GetAspect(L"LogLevelTest.First"));
     // Names compare exactly: another case is another level.
     EXPECT_NE(first, ULogLevel::GetAspect(L"logleveltest.first"));
+    EXPECT_THROW(ULogLevel::GetAspect(nullptr), Oskal::Lib::Exceptions::UArgumentException);
 }
 
 TEST(LogLevelMask, BitsLiveInTenWordsStopAt640AndCompose)

@@ -130,6 +130,12 @@ TEST(LogSinkConnection, MapIsBoundedAndOpenNeedsTheWritersQueue)
     // This process has no log queue, and no process has that id.
     EXPECT_EQ(0, ULogSinkConnection(GetCurrentProcessId()).Open());
     EXPECT_EQ(0, ULogSinkConnection(0xFFFFFFF0).Open());
+    // A queue of another shape than the log queue's would keep as much memory mapped as its writer chose.
+    wchar_t name[64];
+    ULogBridge::FormatQueueName(GetCurrentProcessId(), name);
+    Oskal::Lib::Ipc::USharedMemoryQueue queue(1);
+    queue.Create(name, ULogBridge::LogEntryBlockSize, 20000, 0);
+    EXPECT_EQ(0, ULogSinkConnection(GetCurrentProcessId()).Open());
 }
 
 } // namespace

@@ -381,7 +381,11 @@ void* USharedMemoryQueue::BeginReading(unsigned long* pulSize, unsigned long* pu
 {
     UCriticalSectionAutoLock lock(m_cs);
     CheckInited();
-    for (;;)
+    // Each pass that finds no block to return frees an orphan or uses up a count without a block.
+    // More such passes than the queue has blocks come from a peer that raises the count without
+    // writing (or reclaims faster than this reader reads): end as on a time-out, so that a reader
+    // serving several queues is not held by one.
+    for (unsigned long ulSkipped = 0; ulSkipped <= m_ulNumberOfBlocks; ++ulSkipped)
     {
         const DWORD dwWait = WaitForSingleObject(m_hSemaphore, ulTimeout);
         if (dwWait == WAIT_TIMEOUT)
@@ -426,6 +430,7 @@ void* USharedMemoryQueue::BeginReading(unsigned long* pulSize, unsigned long* pu
             *pulLost = ulLost;
         return BlockAt(ulIndex) + 1;
     }
+    return nullptr;
 }
 
 void USharedMemoryQueue::EndReading(void* pBlock)

@@ -86,7 +86,8 @@ public:
     void EndWritingSequence(void** ppBlocks, unsigned long* pulSizes, unsigned long ulCount, int bProtected);
     void AbortWriting(void* pBlock);
 
-    // The oldest block's data, its used size and the entries lost before it; null on time-out.
+    // The oldest block's data, its used size and the entries lost before it; null on time-out, or
+    // after more orphans and counts without a block than the queue has blocks.
     void* BeginReading(unsigned long* pulSize, unsigned long* pulLost, unsigned long ulTimeout);
     void EndReading(void* pBlock);
     void AbortReading(void* pBlock);

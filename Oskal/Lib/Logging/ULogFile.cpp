@@ -85,7 +85,10 @@ int ULogFile::WriteLine(const wchar_t* pszText)
         WideCharToMultiByte(CP_UTF8, 0, pszText, length, &line[0], bytes, nullptr, nullptr);
     line += "\r\n";
     const int mode = _setmode(m_nFile, _O_BINARY);
-    const int written = _write(m_nFile, line.data(), static_cast<unsigned int>(line.size()));
+    // A file opened by path is not truncated, and the placeholder reader seeks to its start:
+    // lines always go after what the file holds.
+    const bool atEnd = _lseek(m_nFile, 0, SEEK_END) != -1;
+    const int written = !atEnd ? -1 : _write(m_nFile, line.data(), static_cast<unsigned int>(line.size()));
     if (mode != -1)
         _setmode(m_nFile, mode);
     return written == static_cast<int>(line.size()) ? 1 : 0;

@@ -1,5 +1,6 @@
 #include <Oskal/Lib/Logging/ULogLevel.h>
 
+#include <Oskal/Lib/Internal/ArgumentChecks.h>
 #include <Oskal/Lib/Logging/ULogSource.h>
 
 #include <Oskal/Lib/Threading/UCriticalSectionAutoLock.h>
@@ -60,6 +61,7 @@ const ULogLevel* ULogLevel::GetTrace(unsigned long ulNumber)
 
 const ULogLevel* ULogLevel::GetAspect(const wchar_t* pszName)
 {
+    Internal::ThrowIfNull(pszName, L"pszName");
     UCriticalSectionAutoLock lock(Lock());
     if (s_pLogLevels == nullptr)
         s_pLogLevels = new Collections::UVector<ULogLevel*>();

@@ -45,8 +45,11 @@ int ULogSinkConnection::Open()
         wchar_t name[64];
         ULogBridge::FormatQueueName(m_ulProcessId, name);
         m_queue.Open(name);
-        // Only the writer's own block size can be trusted to hold a whole log block.
-        if (m_queue.GetBlockSize() < ULogBridge::LogEntryBlockSize)
+        // Only the log queue's own shape: a block that holds a whole log block, and no more
+        // blocks than a writer makes, so that a writer cannot keep more of this process's
+        // memory mapped than any other writer.
+        if (m_queue.GetBlockSize() != ULogBridge::LogEntryBlockSize ||
+            m_queue.GetNumberOfBlocks() != ULogBridge::NumberOfBlocks)
             throw Exceptions::UException(L"The writer's queue does not hold log blocks.");
     }
     catch (const Exceptions::UException&)

@@ -98,6 +98,16 @@ LRESULT ULogSinkServer::RegisterWriter(unsigned long ulProcessId)
 {
     if (WaitForSingleObject(m_hStop, 0) == WAIT_OBJECT_0)
         return 0;
+    {
+        // Any process may send this message, again and again: each further connection would map
+        // the writer's queue once more and take some of its blocks. Its queue name stays taken
+        // while a connection holds it, so a later process with a reused id cannot be refused here.
+        UCriticalSectionAutoLock lock(m_lock);
+        for (const auto* list : {&m_connections, &m_joining})
+            for (const auto& existing : *list)
+                if (existing->GetProcessId() == ulProcessId && !existing->IsCloseRequested())
+                    return 1;
+    }
     auto connection = std::make_shared<ULogSinkConnection>(ulProcessId);
     if (!connection->Open())
         return 0;
