@@ -43,6 +43,15 @@ TEST(SharedMemoryQueue, RegionLayout)
     USharedMemory region;
     region.Open(name.c_str());
     EXPECT_EQ(4096u, region.GetBufferSize()) << "an opener sees whole pages";
+    // Pages that the creator only reserved would fault when read: they do not count.
+    const std::wstring reservedName = UniqueName();
+    HANDLE hReserved =
+        CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE | SEC_RESERVE, 0, 65536, reservedName.c_str());
+    ASSERT_NE(nullptr, hReserved);
+    USharedMemory reserved;
+    reserved.Open(reservedName.c_str());
+    EXPECT_EQ(0u, reserved.GetBufferSize());
+    CloseHandle(hReserved);
 }
 
 TEST(SharedMemoryQueue, FillingOverwritingAndProtection)

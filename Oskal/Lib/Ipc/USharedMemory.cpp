@@ -64,10 +64,12 @@ void USharedMemory::Open(const wchar_t* pszName)
         m_hMapping = nullptr;
         throw UWin32Exception(L"Mapping view of file failed.", error);
     }
-    // The opener cannot learn the creator's size, only the extent of the mapped pages.
+    // The opener cannot learn the creator's size, only the extent of the mapped pages. Pages a
+    // creator only reserved (SEC_RESERVE) fault when read: only committed ones count.
     MEMORY_BASIC_INFORMATION info = {};
-    m_ulBufferSize =
-        VirtualQuery(m_pvBuffer, &info, sizeof(info)) != 0 ? static_cast<unsigned long>(info.RegionSize) : 0;
+    m_ulBufferSize = VirtualQuery(m_pvBuffer, &info, sizeof(info)) != 0 && info.State == MEM_COMMIT
+                         ? static_cast<unsigned long>(info.RegionSize)
+                         : 0;
     m_bInited = 1;
 }
 
