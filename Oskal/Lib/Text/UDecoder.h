@@ -26,8 +26,8 @@ public:
     // Throws UArgumentException when the output is too small.
     virtual unsigned long GetChars(const unsigned char* pbyInput, unsigned long ulInputCount, wchar_t* pwcOutput,
                                    unsigned long ulOutputSize, int bFlush);
-    // Converts as much as fits the output and never throws for lack of room. *pbCompleted is 1
-    // when all input was used and nothing is left pending.
+    // Converts as much as fits the output; lack of room throws only when not even one value
+    // fits. *pbCompleted is 1 when all input was used and nothing is left pending.
     virtual void Convert(const unsigned char* pbyInput, unsigned long ulInputCount, wchar_t* pwcOutput,
                          unsigned long ulOutputSize, int bFlush, unsigned long* pulBytesUsed,
                          unsigned long* pulCharsUsed, int* pbCompleted);

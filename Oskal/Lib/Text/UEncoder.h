@@ -26,8 +26,9 @@ public:
     // Throws UArgumentException when the output is too small.
     virtual unsigned long GetBytes(const wchar_t* pwcInput, unsigned long ulInputCount, unsigned char* pbyOutput,
                                    unsigned long ulOutputSize, int bFlush);
-    // Converts as much as fits the output and never throws for lack of room. *pbCompleted is 1
-    // when all input was used, nothing is pending and the preamble is written.
+    // Converts as much as fits the output; lack of room throws only when not even one value
+    // fits. *pbCompleted is 1 when all input was used, nothing is pending and the preamble is
+    // written.
     virtual void Convert(const wchar_t* pwcInput, unsigned long ulInputCount, unsigned char* pbyOutput,
                          unsigned long ulOutputSize, int bFlush, unsigned long* pulCharsUsed,
                          unsigned long* pulBytesUsed, int* pbCompleted);
