@@ -170,6 +170,12 @@ TEST(UBimFileRead, RegionLongerThanItsContainerFails)
     inner[7] = 0x7F;
     UBimFile file;
     EXPECT_EQ(L"!Unexpected end of stream.", LoadBytes(file, BimFile(Bytes(), PlainContainer(1, inner))));
+    // A region past the top of the address space is a format error like any other.
+    TempFile path(L"bimtop");
+    WriteFile(path.Path(), BimFile(Bytes(), PlainContainer(1, FirmwareInner({{0xFFFFFFF8, Counting(16, 1)}}))));
+    KeyCallback callback;
+    EXPECT_EQ(L"Memory region runs past the end of the 32-bit address space.",
+              Thrown<UBimException>([&] { file.Load(path.Path(), callback); }));
 }
 
 TEST(UBimFileRead, EveryFormatFailureHasItsMessage)

@@ -1,5 +1,6 @@
 #include "BimFileTestSupport.h"
 #include "MemoryImageTestSupport.h"
+#include "Support/ChildProcess.h"
 
 #include <Oskal/Lib/BIM/UBimPayloadContainerFirmware.h>
 #include <Oskal/Lib/BIM/UMemoryImage.h>
@@ -210,6 +211,30 @@ TEST(MemoryImageScale, MatchesThePlainAlgorithmOnRandomSteps)
                       image.GetStartAddress());
         }
     }
+}
+
+// Regions that land apart below all others, each followed by one against it: every merge used to
+// sort the whole list and build its index again, so that a file of 1 MiB took minutes to load.
+TEST(MemoryImageScale, AlternatingAppendsAndMergesLoadQuickly)
+{
+    OSKAL_RUN_IN_CHILD(60000);
+    const unsigned int pairs = 20000;
+    std::vector<Region> regions;
+    for (unsigned int i = 0; i < pairs; ++i)
+    {
+        regions.push_back({0x80000000u - 0x100u * i, Counting(16, 1)});
+        regions.push_back({0x80000000u - 0x100u * i + 16, Counting(16, 17)});
+    }
+    UBimFile file;
+    ASSERT_EQ(L"", LoadBytes(file, BimFile(Bytes(), PlainContainer(1, FirmwareInner(regions)))));
+    const UMemoryImage& image =
+        dynamic_cast<const UBimPayloadContainerFirmware*>(file.GetPayload().GetContainer(0))->GetMemoryImage();
+    EXPECT_EQ(0x80000000u - 0x100u * (pairs - 1), image.GetStartAddress());
+    ASSERT_NE(nullptr, image.GetMemoryRegion(pairs - 1));
+    EXPECT_EQ(nullptr, image.GetMemoryRegion(pairs));
+    const Bytes joined = Counting(32, 1);
+    EXPECT_EQ("80000000+20d/ff:" + std::string(joined.begin(), joined.end()),
+              Describe(*image.GetMemoryRegion(pairs - 1)));
 }
 
 } // namespace

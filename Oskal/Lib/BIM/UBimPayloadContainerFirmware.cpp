@@ -73,6 +73,9 @@ void UBimPayloadContainerFirmware::ReadInnerContainer(IO::UStream& stream, unsig
         // Checked before anything is reserved, so a damaged length never allocates.
         if (length > left)
             throw UBimException(L"Unexpected end of stream.");
+        // The image would refuse it with an argument error; from a file it is a format error.
+        if (static_cast<unsigned long long>(address) + length > 0x100000000ULL)
+            throw UBimException(L"Memory region runs past the end of the 32-bit address space.");
         m_pImage->Reserve(address, length);
         if (length != 0)
         {

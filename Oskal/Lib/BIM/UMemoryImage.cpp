@@ -58,6 +58,24 @@ enum
 
 const unsigned long kNoCursor = 0xFFFFFFFFUL;
 
+// The regions of a valid index that touch the range: [*pLowest, *pAbove) by start. No two regions
+// touch, so they are neighbours by start address and the one below them does not reach the range.
+template <typename Map>
+void FindTouching(Map& byStart, unsigned int uiAddress, unsigned int uiLength, typename Map::iterator* pLowest,
+                  typename Map::iterator* pAbove)
+{
+    const unsigned long long end = static_cast<unsigned long long>(uiAddress) + uiLength;
+    *pAbove = end > 0xFFFFFFFFULL ? byStart.end() : byStart.upper_bound(static_cast<unsigned int>(end));
+    *pLowest = *pAbove;
+    while (*pLowest != byStart.begin())
+    {
+        const auto below = std::prev(*pLowest);
+        if (EndOf(below->second->region) < uiAddress)
+            break;
+        *pLowest = below;
+    }
+}
+
 } // namespace
 
 struct UMemoryImage::Index
@@ -66,17 +84,17 @@ struct UMemoryImage::Index
 };
 
 UMemoryImage::UMemoryImage()
-    : m_byFill(0xFF), m_pIndex(nullptr), m_iIndexState(IndexUnknown), m_bSorted(0), m_ulExposed(0),
-      m_ulCursor(kNoCursor)
+    : m_byFill(0xFF), m_pIndex(nullptr), m_iIndexState(IndexUnknown), m_bSorted(0), m_ullLastStamp(0),
+      m_ullSortedThrough(0), m_ulExposed(0), m_ulCursor(kNoCursor)
 {
 }
 
 UMemoryImage::UMemoryImage(const UMemoryImage& other)
-    : m_byFill(other.m_byFill), m_pIndex(nullptr), m_iIndexState(IndexUnknown), m_bSorted(0), m_ulExposed(0),
-      m_ulCursor(kNoCursor)
+    : m_byFill(other.m_byFill), m_pIndex(nullptr), m_iIndexState(IndexUnknown), m_bSorted(0), m_ullLastStamp(0),
+      m_ullSortedThrough(0), m_ulExposed(0), m_ulCursor(kNoCursor)
 {
     for (const Entry& entry : other.m_regions)
-        m_regions.push_back(Entry{entry.region, 0});
+        m_regions.push_back(Entry{entry.region, 0, 0});
 }
 
 UMemoryImage::~UMemoryImage()
@@ -102,6 +120,8 @@ void UMemoryImage::Swap(UMemoryImage& other)
     std::swap(m_pIndex, other.m_pIndex);
     std::swap(m_iIndexState, other.m_iIndexState);
     std::swap(m_bSorted, other.m_bSorted);
+    std::swap(m_ullLastStamp, other.m_ullLastStamp);
+    std::swap(m_ullSortedThrough, other.m_ullSortedThrough);
     std::swap(m_ulExposed, other.m_ulExposed);
     m_ulCursor = other.m_ulCursor = kNoCursor;
 }
@@ -146,7 +166,7 @@ void UMemoryImage::ReserveInList(unsigned int uiAddress, unsigned int uiLength)
 
     if (found == m_regions.end())
     {
-        m_regions.push_back(Entry{UMemoryRegion(uiAddress, uiLength), 0});
+        m_regions.push_back(Entry{UMemoryRegion(uiAddress, uiLength), 0, ++m_ullLastStamp});
         return;
     }
     found->region.Merge(UMemoryRegion(uiAddress, uiLength));
@@ -156,26 +176,18 @@ void UMemoryImage::ReserveInList(unsigned int uiAddress, unsigned int uiLength)
     m_iIndexState = IndexUnknown;
 }
 
-// The same steps as ReserveInList, found through the index. No two regions touch, so the regions
-// that touch the range are neighbours by start address and the one below them does not reach it.
+// The same steps as ReserveInList, found through the index.
 void UMemoryImage::ReserveIndexed(unsigned int uiAddress, unsigned int uiLength)
 {
     std::map<unsigned int, RegionList::iterator>& byStart = m_pIndex->byStart;
-    const unsigned long long end = static_cast<unsigned long long>(uiAddress) + uiLength;
-    const auto above = end > 0xFFFFFFFFULL ? byStart.end() : byStart.upper_bound(static_cast<unsigned int>(end));
-    auto lowest = above;
-    while (lowest != byStart.begin())
-    {
-        const auto below = std::prev(lowest);
-        if (EndOf(below->second->region) < uiAddress)
-            break;
-        lowest = below;
-    }
+    std::map<unsigned int, RegionList::iterator>::iterator lowest;
+    std::map<unsigned int, RegionList::iterator>::iterator above;
+    FindTouching(byStart, uiAddress, uiLength, &lowest, &above);
 
     if (lowest == above)
     {
         const int sorted = m_bSorted && (m_regions.empty() || m_regions.back().region.GetAddress() < uiAddress);
-        m_regions.push_back(Entry{UMemoryRegion(uiAddress, uiLength), 0});
+        m_regions.push_back(Entry{UMemoryRegion(uiAddress, uiLength), 0, ++m_ullLastStamp});
         m_bSorted = sorted;
         try
         {
@@ -191,8 +203,7 @@ void UMemoryImage::ReserveIndexed(unsigned int uiAddress, unsigned int uiLength)
 
     if (!m_bSorted)
     {
-        // The first region in list order need not be the lowest; the list walk finds it and sorts.
-        ReserveInList(uiAddress, uiLength);
+        ReserveIndexedUnsorted(uiAddress, uiLength);
         return;
     }
 
@@ -219,6 +230,80 @@ void UMemoryImage::ReserveIndexed(unsigned int uiAddress, unsigned int uiLength)
     }
 }
 
+// The first region in list order that touches the range takes it, as in the list walk: the sorted
+// head of the list comes first, by start, then the regions appended since, in the order they
+// came. Sorting and joining then only concern the touching regions and the appended ones, which
+// the index puts in place: a file that alternates appends and merges costs no walk or sort of the
+// whole list per region.
+void UMemoryImage::ReserveIndexedUnsorted(unsigned int uiAddress, unsigned int uiLength)
+{
+    std::map<unsigned int, RegionList::iterator>& byStart = m_pIndex->byStart;
+    std::map<unsigned int, RegionList::iterator>::iterator lowest;
+    std::map<unsigned int, RegionList::iterator>::iterator above;
+    FindTouching(byStart, uiAddress, uiLength, &lowest, &above);
+    std::vector<RegionList::iterator> touching;
+    for (auto it = lowest; it != above; ++it)
+        touching.push_back(it->second);
+
+    RegionList::iterator found = m_regions.end();
+    for (RegionList::iterator candidate : touching)
+    {
+        if (candidate->ullStamp <= m_ullSortedThrough)
+        {
+            found = candidate;
+            break;
+        }
+        if (found == m_regions.end() || candidate->ullStamp < found->ullStamp)
+            found = candidate;
+    }
+    byStart.erase(lowest, above);
+    found->region.Merge(UMemoryRegion(uiAddress, uiLength));
+
+    // Joined in order of start, the region found first among equal starts: what sorting the list
+    // and joining neighbours does.
+    touching.erase(std::find(touching.begin(), touching.end(), found));
+    const unsigned int start = found->region.GetAddress();
+    touching.insert(std::find_if(touching.begin(), touching.end(),
+                                 [start](RegionList::iterator it) { return it->region.GetAddress() >= start; }),
+                    found);
+    const RegionList::iterator joined = touching.front();
+    for (size_t i = 1; i < touching.size(); ++i)
+    {
+        joined->region.Merge(touching[i]->region);
+        Remove(touching[i]);
+    }
+    byStart.emplace(joined->region.GetAddress(), joined);
+    SortAppended();
+}
+
+// Moves the regions appended since the list was last sorted to their places by start. They are
+// the tail of the list; the index, which holds every region, names each one's successor.
+void UMemoryImage::SortAppended()
+{
+    std::vector<RegionList::iterator> appended;
+    for (auto it = m_regions.end(); it != m_regions.begin();)
+    {
+        --it;
+        if (it->ullStamp <= m_ullSortedThrough)
+            break;
+        appended.push_back(it);
+    }
+    std::sort(appended.begin(), appended.end(),
+              [](RegionList::iterator a, RegionList::iterator b) { return b->region < a->region; });
+    RegionList parked;
+    for (RegionList::iterator it : appended)
+        parked.splice(parked.end(), m_regions, it);
+    // Highest first: each region's successor is in its place already.
+    for (RegionList::iterator it : appended)
+    {
+        const auto next = m_pIndex->byStart.upper_bound(it->region.GetAddress());
+        m_regions.splice(next != m_pIndex->byStart.end() ? next->second : m_regions.end(), parked, it);
+    }
+    m_ullSortedThrough = m_ullLastStamp;
+    m_bSorted = 1;
+    m_ulCursor = kNoCursor;
+}
+
 int UMemoryImage::UseIndex()
 {
     if (m_ulExposed != 0 || m_iIndexState == IndexBroken)
@@ -238,12 +323,20 @@ int UMemoryImage::BuildIndex()
         std::vector<RegionList::iterator> entries;
         entries.reserve(m_regions.size());
         int sorted = 1;
+        // Stamped in list order: the sorted head, then the rest as if appended in that order.
+        unsigned long long stamp = 0;
+        unsigned long long sortedThrough = 0;
         for (auto it = m_regions.begin(); it != m_regions.end(); ++it)
         {
             if (!entries.empty() && !(entries.back()->region < it->region))
                 sorted = 0;
+            it->ullStamp = ++stamp;
+            if (sorted)
+                sortedThrough = stamp;
             entries.push_back(it);
         }
+        m_ullLastStamp = stamp;
+        m_ullSortedThrough = sortedThrough;
         if (!sorted)
             std::sort(entries.begin(), entries.end(),
                       [](RegionList::iterator a, RegionList::iterator b) { return a->region < b->region; });

@@ -51,6 +51,9 @@ private:
         UMemoryRegion region;
         // A mutable pointer to the region has been handed out: it may be moved or resized.
         int bExposed;
+        // Order of arrival (valid with the index): entries stamped up to m_ullSortedThrough form
+        // the list's sorted head, those after it were appended since, in stamp order.
+        unsigned long long ullStamp;
     };
     typedef std::list<Entry> RegionList;
     // Regions by start address; defined with the code, kept out of the interface.
@@ -63,6 +66,8 @@ private:
 
     void ReserveInList(unsigned int uiAddress, unsigned int uiLength);
     void ReserveIndexed(unsigned int uiAddress, unsigned int uiLength);
+    void ReserveIndexedUnsorted(unsigned int uiAddress, unsigned int uiLength);
+    void SortAppended();
     // 1 when the index can answer for every region (built here if needed).
     int UseIndex();
     int BuildIndex();
@@ -78,6 +83,8 @@ private:
     int m_iIndexState;
     // Valid with the index: the list order is ascending by start.
     int m_bSorted;
+    unsigned long long m_ullLastStamp;
+    unsigned long long m_ullSortedThrough;
     // Regions of the list that were handed out mutable.
     unsigned long m_ulExposed;
     // The entry last reached by place (valid while m_ulCursor is not kNoCursor), so that walking
