@@ -272,7 +272,15 @@ void UMemoryImage::ReserveIndexedUnsorted(unsigned int uiAddress, unsigned int u
         joined->region.Merge(touching[i]->region);
         Remove(touching[i]);
     }
-    byStart.emplace(joined->region.GetAddress(), joined);
+    try
+    {
+        byStart.emplace(joined->region.GetAddress(), joined);
+    }
+    catch (const std::bad_alloc&)
+    {
+        DropIndex();
+        return;
+    }
     SortAppended();
 }
 
@@ -281,12 +289,19 @@ void UMemoryImage::ReserveIndexedUnsorted(unsigned int uiAddress, unsigned int u
 void UMemoryImage::SortAppended()
 {
     std::vector<RegionList::iterator> appended;
-    for (auto it = m_regions.end(); it != m_regions.begin();)
+    try
     {
-        --it;
-        if (it->ullStamp <= m_ullSortedThrough)
-            break;
-        appended.push_back(it);
+        for (auto it = m_regions.end(); it != m_regions.begin();)
+        {
+            --it;
+            if (it->ullStamp <= m_ullSortedThrough)
+                break;
+            appended.push_back(it);
+        }
+    }
+    catch (const std::bad_alloc&)
+    {
+        return; // the list stays as it is, unsorted, which the index allows
     }
     std::sort(appended.begin(), appended.end(),
               [](RegionList::iterator a, RegionList::iterator b) { return b->region < a->region; });
