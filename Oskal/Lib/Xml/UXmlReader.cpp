@@ -213,7 +213,8 @@ private:
         value.Reset();
         value.Add(psz);
     }
-    // The names remembered from before the caller cleared the name table are gone.
+    // After the caller cleared or replaced the name table: the names the reader holds go into it
+    // again, before the table lets their old strings go.
     void CheckNameTable();
     void AddAgain(Names& names);
     void AddSpecialNames();
