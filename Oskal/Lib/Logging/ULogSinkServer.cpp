@@ -123,12 +123,10 @@ void ULogSinkServer::UnregisterWriter(unsigned long ulProcessId)
 {
     {
         UCriticalSectionAutoLock lock(m_lock);
-        for (auto& connection : m_connections)
-            if (connection->GetProcessId() == ulProcessId)
-                connection->RequestClose();
-        for (auto& connection : m_joining)
-            if (connection->GetProcessId() == ulProcessId)
-                connection->RequestClose();
+        for (const auto* list : {&m_connections, &m_joining})
+            for (const auto& connection : *list)
+                if (connection->GetProcessId() == ulProcessId)
+                    connection->RequestClose();
     }
     SetEvent(m_hWake);
 }
